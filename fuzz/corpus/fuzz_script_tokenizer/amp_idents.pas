@@ -1,0 +1,1 @@
+&begin &end &Type := &1x; a & b

@@ -1,0 +1,4 @@
+{$R+}{$I inc.pas} // comment
+(* multi
+line *) { a
+ b }

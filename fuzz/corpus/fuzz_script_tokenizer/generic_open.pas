@@ -1,0 +1,1 @@
+type TA = class(TB<T>) end; TC = class(TD<

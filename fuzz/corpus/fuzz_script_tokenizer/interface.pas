@@ -1,0 +1,1 @@
+interface interface type x = interface end; implementation

@@ -1,0 +1,1 @@
+x.end := y.type; a.begin; foo (1); foo	(2); $(sel)

@@ -1,0 +1,1 @@
+type T = TDict<string, TList<TPair<integer, string>>>; var x: T<a>;

@@ -1,0 +1,1 @@
+type T = procedure; var v: function(x: integer): integer; const c = class of T;

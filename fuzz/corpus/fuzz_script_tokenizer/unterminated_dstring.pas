@@ -1,0 +1,1 @@
+x := "dq never closed

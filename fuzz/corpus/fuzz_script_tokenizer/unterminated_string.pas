@@ -1,0 +1,3 @@
+x := 'never closed
+
+end

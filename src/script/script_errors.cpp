@@ -1,0 +1,7 @@
+#include "norvane/script/script_errors.h"
+
+namespace norvane {
+
+NV_CLASS_IMPL(EHtScriptException, "htscriptparse")
+
+}  // namespace norvane
