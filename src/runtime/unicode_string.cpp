@@ -131,8 +131,9 @@ static UnicodeString Concat(std::u16string_view a, std::u16string_view b) {
   if (a.size() + b.size() > size_t(kMaxLength)) throw EOutOfMemory();
   UnicodeString r = UnicodeString::Alloc(int32_t(a.size() + b.size()));
   if (char16_t* d = r.MutableData()) {
-    std::memcpy(d, a.data(), a.size() * 2);
-    std::memcpy(d + a.size(), b.data(), b.size() * 2);
+    // An empty side may be a null view; memcpy must not see it.
+    if (!a.empty()) std::memcpy(d, a.data(), a.size() * 2);
+    if (!b.empty()) std::memcpy(d + a.size(), b.data(), b.size() * 2);
   }
   return r;
 }
