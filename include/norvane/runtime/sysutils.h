@@ -77,10 +77,15 @@ struct TFormatSettings {
   static const TFormatSettings& Invariant();
 };
 
-// FloatToStr: 15 significant digits, general format, exponent as "E+nn".
+// FloatToStr: 15 significant digits, general format: fixed notation unless
+// the decimal exponent x (v = d.ddd * 10^x) is >= 15 or < -4, then "1E15",
+// "1.5E-5" (no "+", no padding). NaN/Inf print "NAN", "INF", "-INF".
+// All float output rounds half away from zero on the exact decimal digits.
 UnicodeString FloatToStr(double v, const TFormatSettings& fs = TFormatSettings::Invariant());
 // FormatFloat with the runtime's masks: "0", "#", ".", ",", "E+", "E-",
 // quoted literals and ";" sections. "0.##" gives "1.5" for 1.5 and "2" for 2.
+// A value that rounds to zero prints without sign (and uses the third
+// section when there is one). An empty mask prints like FloatToStr.
 UnicodeString FormatFloat(std::u16string_view mask, double v,
                           const TFormatSettings& fs = TFormatSettings::Invariant());
 // Raises EConvertError "'%s' is not a valid floating point value".
@@ -97,8 +102,8 @@ int64_t Trunc(double v) noexcept;
 double Frac(double v) noexcept;
 
 // --- Booleans ---------------------------------------------------------------------
-// "True"/"False"; with useBoolStrs false, "-1"/"0".
-UnicodeString BoolToStr(bool b, bool useBoolStrs = true);
+// "-1"/"0" as the runtime does by default; "True"/"False" with useBoolStrs.
+UnicodeString BoolToStr(bool b, bool useBoolStrs = false);
 // Accepts "true"/"false" in any case and numbers (0 is false).
 // Raises EConvertError "'%s' is not a valid boolean value".
 bool StrToBool(std::u16string_view s);
@@ -118,9 +123,12 @@ int32_t DayOfWeek(TDateTime d) noexcept;  // 1 = Sunday
 bool IsLeapYear(uint16_t year) noexcept;
 TDateTime Now();
 TDateTime Date();
-// Specifiers: d dd ddd dddd m mm mmm mmmm yy yyyy h hh n nn s ss z zzz
-// am/pm a/p ampm "/" ":" and quoted literals; "c" is "dd.mm.yyyy hh:nn:ss"
-// style short date + long time in our invariant settings (yyyy-mm-dd hh:nn:ss).
+// Specifiers (any case): d dd ddd dddd ddddd dddddd m mm mmm mmmm (m right
+// after h/hh is minutes) yy yyyy h hh n nn s ss z zzz t tt am/pm a/p ampm,
+// "/" (date separator "-"), ":" and quoted literals. "c" (and an empty
+// format) is the short date "yyyy-mm-dd", then " hh:nn:ss" unless the time is
+// midnight. Negative values: the date is the integer part toward zero and
+// the time is |fraction| (-1.25 is 1899-12-29 06:00).
 UnicodeString FormatDateTime(std::u16string_view fmt, TDateTime d);
 UnicodeString DateTimeToStr(TDateTime d);
 UnicodeString DateToStr(TDateTime d);
@@ -133,10 +141,11 @@ bool TryStrToDateTime(std::u16string_view s, TDateTime& d) noexcept;
 // --- Code pages ----------------------------------------------------------------
 // Code page numbers as the runtime names them: 1252, 65001 (UTF-8), 1200
 // (UTF-16LE), 1201 (UTF-16BE), 28591 (Latin-1), 1251, 20866 (KOI8-R), 932,
-// 936, 949, 950 ... The conversion goes through iconv. An unknown code page
-// raises EEncodingError "No mapping for the Unicode character exists in the
-// target multi-byte code page" only for unmappable input; unknown code page
-// numbers raise EEncodingError "Unsupported code page %d".
+// 936, 949, 950 ... The conversion goes through glibc iconv (table fast
+// paths for 65001, 1200, 1201, 28591, 1252, 20127). Decoding never raises on
+// bad input: invalid or incomplete sequences become U+FFFD. Encoding writes
+// "?" for each character the code page cannot hold. Unknown code page
+// numbers raise EEncodingError "Unsupported code page %d". Thread-safe.
 UnicodeString DecodeCodePage(std::string_view bytes, uint32_t codePage);
 std::string EncodeCodePage(std::u16string_view s, uint32_t codePage);
 // The iconv name of a code page ("CP1252", "UTF-8", ...), or "" if unknown.
