@@ -188,8 +188,12 @@ class TEnumInfo {
 
 // Declares `enum Type : int32_t { values... }` and its name table, reached
 // through EnumInfo(Type{}). Enumerators take no explicit values.
-#define NV_ENUM(Type, ...)                                                   \
-  enum Type : int32_t { __VA_ARGS__ };                                       \
+#define NV_ENUM(Type, ...) NV_ENUM_T(Type, int32_t, __VA_ARGS__)
+
+// The same with a chosen underlying type, for enumerations stored in small
+// records (one-byte units of a measure, token kinds).
+#define NV_ENUM_T(Type, Underlying, ...)                                     \
+  enum Type : Underlying { __VA_ARGS__ };                                    \
   inline const ::norvane::TEnumInfo& EnumInfo(Type) {                        \
     static const ::norvane::TEnumInfo info(#Type, #__VA_ARGS__);             \
     return info;                                                             \
