@@ -1,11 +1,5 @@
-// Reads a date and a list of numbers, writes a line with a string builder.
 #include <cstdio>
-
-#include "norvane/foundation/date_mask.h"
-#include "norvane/foundation/fast_string.h"
-#include "norvane/foundation/string_parser.h"
-#include "norvane/runtime/sysutils.h"
-
+#include "norvane/norvane.h"
 using namespace norvane;
 
 int main() {
