@@ -1,0 +1,227 @@
+#include "norvane/markup/ht_attributes.h"
+
+#include "norvane/foundation/fast_string.h"
+#include "norvane/runtime/exception.h"
+#include "norvane/runtime/sysutils.h"
+
+namespace norvane {
+
+NV_CLASS_IMPL(THtAttributes, "htmlpars")
+
+namespace {
+
+inline char16_t FoldAscii(char16_t c) noexcept { return (c >= u'A' && c <= u'Z') ? char16_t(c + 32) : c; }
+
+// Extra units an attribute value needs per unit below 256: a digit below 10
+// becomes "&#d;", the double quote "&quot;", "&" "&amp;", "<" and ">" "&lt;"
+// and "&gt;", the no-break space "&nbsp;".
+struct TAttrOverheadTable {
+  uint8_t Cost[256]{};
+  constexpr TAttrOverheadTable() {
+    for (int i = 0; i < 10; ++i) Cost[i] = 3;
+    Cost[u'"'] = 5;
+    Cost[u'&'] = 4;
+    Cost[u'<'] = 3;
+    Cost[u'>'] = 3;
+    Cost[0xA0] = 5;
+  }
+};
+constexpr TAttrOverheadTable kHtmlAttrCost;
+
+// The XML form: the five markup characters and the control units other than
+// tab, LF and CR as numeric references, so nothing is lost on reading back.
+struct TXmlOverheadTable {
+  uint8_t Cost[256]{};
+  constexpr TXmlOverheadTable() {
+    for (int i = 0; i < 32; ++i) Cost[i] = i < 10 ? 3 : 4;
+    Cost[u'\t'] = Cost[u'\n'] = Cost[u'\r'] = 0;
+    Cost[u'"'] = 5;
+    Cost[u'&'] = 4;
+    Cost[u'<'] = 3;
+    Cost[u'>'] = 3;
+  }
+};
+constexpr TXmlOverheadTable kXmlAttrCost;
+
+template <class Table>
+int32_t Overhead(const UnicodeString& s, const Table& t) noexcept {
+  int32_t n = 0;
+  for (char16_t c : s.view())
+    if (c < 256) n += t.Cost[c];
+  return n;
+}
+
+// Appends `s` to `out`, encoded. The two forms differ only in the control
+// units and the no-break space, which XML keeps as a character.
+void AppendEncoded(TFastString& out, const UnicodeString& s, bool xml) {
+  for (char16_t c : s.view()) {
+    switch (c) {
+      case u'"': out.Add(UnicodeString(u"&quot;")); continue;
+      case u'&': out.Add(UnicodeString(u"&amp;")); continue;
+      case u'<': out.Add(UnicodeString(u"&lt;")); continue;
+      case u'>': out.Add(UnicodeString(u"&gt;")); continue;
+      default: break;
+    }
+    if (!xml && c == 0xA0) {
+      out.Add(UnicodeString(u"&nbsp;"));
+    } else if (c < 32 && (xml ? (c != u'\t' && c != u'\n' && c != u'\r') : c < 10)) {
+      out.Add2Char(u'&', u'#');
+      out.Add(int32_t(c));
+      out.AddChar(u';');
+    } else {
+      out.AddChar(c);
+    }
+  }
+}
+
+void AppendValue(TFastString& out, const UnicodeString& value, bool xml) {
+  int32_t extra = xml ? Overhead(value, kXmlAttrCost) : Overhead(value, kHtmlAttrCost);
+  if (extra == 0)
+    out.Add(value);
+  else
+    AppendEncoded(out, value, xml);
+}
+
+}  // namespace
+
+UnicodeString THtAttributes::FoldName(const UnicodeString& name) const {
+  if (CaseSensitive) return name;
+  // Copy only when something folds, so interned lower-case names stay shared.
+  for (char16_t c : name.view())
+    if (c >= u'A' && c <= u'Z') return LowerCase(name);
+  return name;
+}
+
+bool THtAttributes::Find(const UnicodeString& name, int32_t& index) const noexcept {
+  index = 0;
+  if (Count <= 0 || name.IsEmpty()) return false;
+  const THtAttribute* items = List.data();
+  int32_t lo = 0, hi = Count - 1;
+  if (!CaseSensitive) {
+    char16_t first = FoldAscii(name[0]);
+    while (lo <= hi) {
+      int32_t mid = (lo + hi) >> 1;
+      const UnicodeString& key = items[mid].Name;
+      int32_t c = int32_t(FoldAscii(key.c_str()[0])) - int32_t(first);
+      if (c == 0 && !key.SameBlock(name)) c = CompareText(key.view(), name.view());
+      if (c == 0) {
+        index = mid;
+        return true;
+      }
+      if (c < 0)
+        lo = mid + 1;
+      else
+        hi = mid - 1;
+    }
+  } else {
+    char16_t first = name[0];
+    while (lo <= hi) {
+      int32_t mid = (lo + hi) >> 1;
+      const UnicodeString& key = items[mid].Name;
+      int32_t c = int32_t(key.c_str()[0]) - int32_t(first);
+      if (c == 0 && !key.SameBlock(name)) c = CompareStr(key.view(), name.view());
+      if (c == 0) {
+        index = mid;
+        return true;
+      }
+      if (c < 0)
+        lo = mid + 1;
+      else
+        hi = mid - 1;
+    }
+  }
+  index = lo;
+  return false;
+}
+
+int32_t THtAttributes::Indexof(const UnicodeString& name) const noexcept {
+  int32_t i;
+  return Find(name, i) ? i : -1;
+}
+
+UnicodeString THtAttributes::GetAttribute(const UnicodeString& name) const {
+  int32_t i;
+  return Find(name, i) ? List[size_t(i)].Value : UnicodeString();
+}
+
+void THtAttributes::InsertAt(int32_t index, const UnicodeString& name, const UnicodeString& value) {
+  if (size_t(Count) == List.size()) List.emplace_back();
+  // Rotate the spare entry at Count into place: the tail shifts by one.
+  for (int32_t i = Count; i > index; --i) std::swap(List[size_t(i)], List[size_t(i - 1)]);
+  List[size_t(index)].Name = FoldName(name);
+  List[size_t(index)].Value = value;
+  ++Count;
+}
+
+void THtAttributes::Add(const UnicodeString& name, const UnicodeString& value) {
+  if (name.IsEmpty()) return;
+  int32_t i;
+  Find(name, i);
+  InsertAt(i, name, value);
+}
+
+bool THtAttributes::SetAttributeEx(const UnicodeString& name, const UnicodeString& value) {
+  if (name.IsEmpty()) return false;
+  int32_t i;
+  if (Find(name, i)) {
+    UnicodeString& v = List[size_t(i)].Value;
+    if (v == value) return false;
+    v = value;
+    return true;
+  }
+  InsertAt(i, name, value);
+  return true;
+}
+
+void THtAttributes::ClearAttr(const UnicodeString& name) {
+  int32_t i;
+  if (!Find(name, i)) return;
+  for (int32_t j = i; j + 1 < Count; ++j) std::swap(List[size_t(j)], List[size_t(j + 1)]);
+  --Count;
+  // Release the strings of the entry now beyond Count.
+  List[size_t(Count)] = THtAttribute{};
+}
+
+const THtAttribute& THtAttributes::GetItem(int32_t index) const {
+  if (index < 0 || index >= Count) throw EListError(u"List index out of bounds (%d)", {index});
+  return List[size_t(index)];
+}
+
+void THtAttributes::SetValue(int32_t index, const UnicodeString& value) {
+  GetItem(index);
+  List[size_t(index)].Value = value;
+}
+
+UnicodeString THtAttributes::AsString() const {
+  TFastString out(256);
+  for (int32_t i = 0; i < Count; ++i) {
+    if (i > 0) out.AddChar(u' ');
+    out.Add(List[size_t(i)].Name);
+    out.Add2Char(u'=', u'"');
+    AppendValue(out, List[size_t(i)].Value, false);
+    out.AddChar(u'"');
+  }
+  return out.GetAsString();
+}
+
+void THtAttributes::FastAsString(TFastString* out) const {
+  if (!out) return;
+  for (int32_t i = 0; i < Count; ++i) {
+    const THtAttribute& a = List[size_t(i)];
+    out->AddChar(u' ');
+    out->Add(a.Name);
+    if (!CaseSensitive && a.Name == a.Value) continue;
+    out->Add2Char(u'=', u'"');
+    AppendValue(*out, a.Value, CaseSensitive);
+    out->AddChar(u'"');
+  }
+}
+
+void THtAttributes::FastAsUTF8String(TFastRawString* out) const {
+  if (!out) return;
+  TFastString wide(256);
+  FastAsString(&wide);
+  out->AddUTF8(wide.GetAsString());
+}
+
+}  // namespace norvane
