@@ -16,7 +16,7 @@ constexpr bool IsAlnum(char16_t c) noexcept {
 }  // namespace
 
 std::u16string_view MeasureUnitSuffix(TMeasureUnit unit) noexcept {
-  return unit >= muPX && unit <= muNone ? kSuffixes[unit] : std::u16string_view();
+  return unsigned(unit) <= muNone ? kSuffixes[unit] : std::u16string_view();
 }
 
 TMeasureUnit MeasureUnitFromSuffix(std::u16string_view suffix) noexcept {

@@ -8,8 +8,9 @@
 
 namespace norvane {
 
-// muNone: a plain number (a unitless line-height, a factor).
-NV_ENUM(TMeasureUnit, muPX, muPercent, muIN, muMM, muPt, muCM, muEM, muEX, muPC, muMS, muS, muREM, muVW, muVH,
+// muNone: a plain number (a unitless line-height, a factor). One byte, so
+// that a measure and a token stay small.
+NV_ENUM_T(TMeasureUnit, uint8_t, muPX, muPercent, muIN, muMM, muPt, muCM, muEM, muEX, muPC, muMS, muS, muREM, muVW, muVH,
         muDeg, muNone)
 
 // The suffix a value of the unit is written with ("px", "%", ..., "deg");

@@ -199,28 +199,33 @@ class TEnumInfo {
     return info;                                                             \
   }
 
-// A set over an enumeration with at most 64 values: a bit mask.
-template <class E>
+// A set over an enumeration: a bit mask. `Storage` is the unsigned type that
+// holds it (64 bits unless a small record needs fewer).
+template <class E, class Storage = uint64_t>
 class TSet {
  public:
   constexpr TSet() noexcept = default;
   constexpr TSet(std::initializer_list<E> items) noexcept {
-    for (E e : items) bits_ |= Bit(e);
+    for (E e : items) bits_ = Storage(bits_ | Bit(e));
   }
   constexpr bool Contains(E e) const noexcept { return bits_ & Bit(e); }
-  constexpr TSet& Include(E e) noexcept { return bits_ |= Bit(e), *this; }
-  constexpr TSet& Exclude(E e) noexcept { return bits_ &= ~Bit(e), *this; }
+  constexpr TSet& Include(E e) noexcept { return bits_ = Storage(bits_ | Bit(e)), *this; }
+  constexpr TSet& Exclude(E e) noexcept { return bits_ = Storage(bits_ & ~Bit(e)), *this; }
   constexpr bool Empty() const noexcept { return bits_ == 0; }
-  constexpr uint64_t Bits() const noexcept { return bits_; }
-  static constexpr TSet FromBits(uint64_t b) noexcept { TSet s; s.bits_ = b; return s; }
-  constexpr TSet operator+(TSet o) const noexcept { return FromBits(bits_ | o.bits_); }
-  constexpr TSet operator-(TSet o) const noexcept { return FromBits(bits_ & ~o.bits_); }
-  constexpr TSet operator*(TSet o) const noexcept { return FromBits(bits_ & o.bits_); }
+  constexpr Storage Bits() const noexcept { return bits_; }
+  static constexpr TSet FromBits(Storage b) noexcept {
+    TSet s;
+    s.bits_ = b;
+    return s;
+  }
+  constexpr TSet operator+(TSet o) const noexcept { return FromBits(Storage(bits_ | o.bits_)); }
+  constexpr TSet operator-(TSet o) const noexcept { return FromBits(Storage(bits_ & ~o.bits_)); }
+  constexpr TSet operator*(TSet o) const noexcept { return FromBits(Storage(bits_ & o.bits_)); }
   constexpr bool operator==(const TSet&) const noexcept = default;
 
  private:
-  static constexpr uint64_t Bit(E e) noexcept { return uint64_t(1) << unsigned(e); }
-  uint64_t bits_ = 0;
+  static constexpr Storage Bit(E e) noexcept { return Storage(Storage(1) << unsigned(e)); }
+  Storage bits_ = 0;
 };
 
 }  // namespace norvane
