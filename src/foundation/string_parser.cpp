@@ -1,6 +1,7 @@
 #include "norvane/foundation/string_parser.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -33,10 +34,21 @@ bool IsClosingPunctuation(char16_t c) noexcept { return kClosingPunctuation.find
 
 // m * 10^e in extended precision; dividing for negative exponents keeps
 // values like 0.1 correctly rounded.
+// Powers of ten up to 10^27 are exact in an 80-bit long double; a table
+// spares number-heavy texts a call to powl per value.
+constexpr auto kExactPowersOfTen = [] {
+  std::array<long double, 28> t{};
+  long double v = 1;
+  for (auto& x : t) x = v, v *= 10;
+  return t;
+}();
+
 long double ScaleByPowerOfTen(long double m, int64_t e) noexcept {
   if (m == 0 || e == 0) return m;
-  if (e > 0) return m * std::pow(10.0L, static_cast<long double>(e));
-  return m / std::pow(10.0L, static_cast<long double>(-e));
+  const uint64_t n = e > 0 ? uint64_t(e) : uint64_t(0) - uint64_t(e);
+  const long double scale =
+      n < kExactPowersOfTen.size() ? kExactPowersOfTen[n] : std::pow(10.0L, static_cast<long double>(n));
+  return e > 0 ? m * scale : m / scale;
 }
 
 }  // namespace
