@@ -79,4 +79,14 @@ std::string FormatRoundTrip(double v) {
   return std::string(buf, r.ptr);
 }
 
+bool Command::TakesOption(std::string_view option) const {
+  for (std::string_view rest = options; !rest.empty();) {
+    size_t space = rest.find(' ');
+    if (rest.substr(0, space) == option) return true;
+    if (space == std::string_view::npos) break;
+    rest.remove_prefix(space + 1);
+  }
+  return false;
+}
+
 }  // namespace norvane::cli

@@ -41,6 +41,9 @@ struct Command {
   std::string_view summary;   // one line for the command list
   std::string_view help;      // the rest of `norvane NAME --help`
   int (*run)(const Args& args);
+  // Long options the command takes ("--tokens --zoom"); main rejects others.
+  std::string_view options = {};
+  bool TakesOption(std::string_view option) const;
 };
 
 // One section of the report that `norvane` prints on its bundled example
@@ -52,6 +55,8 @@ struct ReportSection {
 
 // Tables of each command family; main.cpp joins them.
 std::span<const Command> FoundationCommands();
+std::span<const Command> MarkupCommands();
+std::span<const Command> CssCommands();
 std::span<const ReportSection> FoundationSections();
 
 // The text compiled into the binary, used when no FILE is given.

@@ -32,7 +32,7 @@ constexpr Command kCoreCommands[] = {
 
 // Every table of commands, in the order `norvane --help` lists them.
 std::vector<std::span<const Command>> CommandTables() {
-  return {std::span<const Command>(kCoreCommands), FoundationCommands()};
+  return {std::span<const Command>(kCoreCommands), FoundationCommands(), MarkupCommands(), CssCommands()};
 }
 
 // Every report section, in print order.
@@ -114,7 +114,7 @@ int Main(const Args& all) {
       options = false;
       continue;
     }
-    if (options && a.size() > 2 && a.starts_with("--"))
+    if (options && a.size() > 2 && a.starts_with("--") && !cmd.TakesOption(a))
       UsageError(std::string(cmd.name) + ": unknown option '" + a + "'");
     rest.push_back(a);
   }
