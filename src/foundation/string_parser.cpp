@@ -207,6 +207,15 @@ void TStringParser::SkipBlanksAndComma() noexcept {
   }
 }
 
+bool TStringParser::ReadPlusThenMinus() noexcept {
+  if (p < pend && *p == u'+') ++p;
+  if (p < pend && *p == u'-') {
+    ++p;
+    return true;
+  }
+  return false;
+}
+
 int32_t TStringParser::ReadInt() {
   SkipBlanksAndComma();
   if (p >= pend) return 0;
@@ -237,12 +246,7 @@ int32_t TStringParser::ReadInt1() {
 int64_t TStringParser::ReadHex() {
   SkipBlanksAndComma();
   if (p >= pend) return 0;
-  if (*p == u'+') ++p;
-  bool negative = false;
-  if (p < pend && *p == u'-') {
-    negative = true;
-    ++p;
-  }
+  const bool negative = ReadPlusThenMinus();
   const char16_t* start = p;
   uint64_t v = 0;
   for (int d; p < pend && (d = HexValue(*p)) >= 0; ++p) v = v * 16 + uint64_t(d);
@@ -253,12 +257,7 @@ int64_t TStringParser::ReadHex() {
 int64_t TStringParser::ReadBin() {
   SkipBlanks();
   if (p >= pend) return 0;
-  if (*p == u'+') ++p;
-  bool negative = false;
-  if (p < pend && *p == u'-') {
-    negative = true;
-    ++p;
-  }
+  const bool negative = ReadPlusThenMinus();
   const char16_t* start = p;
   uint64_t v = 0;
   for (; p < pend && (*p == u'0' || *p == u'1'); ++p) v = v * 2 + uint64_t(*p - u'0');
@@ -269,12 +268,7 @@ int64_t TStringParser::ReadBin() {
 double TStringParser::ReadNum() {
   SkipBlanksAndComma();
   if (p >= pend) return 0;
-  if (*p == u'+') ++p;
-  bool negative = false;
-  if (p < pend && *p == u'-') {
-    negative = true;
-    ++p;
-  }
+  const bool negative = ReadPlusThenMinus();
   bool digits = false;
   uint32_t whole = 0;
   while (AtDigit() && whole < 0xCCCCCCD) {
@@ -305,12 +299,7 @@ double TStringParser::ReadNumEx() {
     if (RaiseException) RaiseIncorrectNumber();
     return 0;
   }
-  if (*p == u'+') ++p;
-  bool negative = false;
-  if (p < pend && *p == u'-') {
-    negative = true;
-    ++p;
-  }
+  const bool negative = ReadPlusThenMinus();
   if (RaiseException) {
     if (!AtDigit()) RaiseIncorrectNumber();
     if (*p == u'0' && p + 1 < pend && IsDigit(p[1])) RaiseIncorrectNumber();

@@ -1,10 +1,13 @@
 #include "cli_common.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+
+#include "norvane/foundation/fast_string.h"
 
 namespace norvane::cli {
 
@@ -77,6 +80,25 @@ std::string FormatRoundTrip(double v) {
   auto r = plain ? std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed)
                  : std::to_chars(buf, buf + sizeof buf, v, std::chars_format::scientific);
   return std::string(buf, r.ptr);
+}
+
+bool TakeFlag(Args& args, std::string_view flag) {
+  auto it = std::find(args.begin(), args.end(), flag);
+  if (it == args.end()) return false;
+  args.erase(it);
+  return true;
+}
+
+void AddEscaped(TFastString& out, const UnicodeString& s) {
+  for (char16_t c : s.view()) {
+    switch (c) {
+      case u'\n': out.Add2Char(u'\\', u'n'); break;
+      case u'\r': out.Add2Char(u'\\', u'r'); break;
+      case u'\t': out.Add2Char(u'\\', u't'); break;
+      case u'\\': out.Add2Char(u'\\', u'\\'); break;
+      default: out.AddChar(c);
+    }
+  }
 }
 
 bool Command::TakesOption(std::string_view option) const {

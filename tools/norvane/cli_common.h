@@ -76,6 +76,12 @@ UnicodeString DecodeText(std::string_view bytes);
 // The text of FILE, "-" or, when `path` is empty, the bundled example.
 UnicodeString LoadText(const std::string& path);
 
+// Removes `flag` from `args`; true when it was there. Main has already
+// refused long options a command doesn't declare.
+bool TakeFlag(Args& args, std::string_view flag);
+// Appends `s` on one line: LF, CR, tab and backslash written as \n, \r, \t, \\.
+void AddEscaped(TFastString& out, const UnicodeString& s);
+
 // A command-line argument (UTF-8) as text.
 inline UnicodeString ArgText(const std::string& arg) { return UnicodeString::FromUtf8(arg); }
 

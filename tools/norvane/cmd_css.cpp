@@ -31,27 +31,9 @@ constexpr Command kCommands[] = {
 
 void AddUtf8(TFastString& out, std::string_view s) { out.Add(UnicodeString::FromUtf8(s)); }
 
-void AddEscaped(TFastString& out, const UnicodeString& s) {
-  for (char16_t c : s.view()) {
-    if (c == u'\n') out.Add2Char(u'\\', u'n');
-    else if (c == u'\r') out.Add2Char(u'\\', u'r');
-    else if (c == u'\t') out.Add2Char(u'\\', u't');
-    else if (c == u'\\') out.Add2Char(u'\\', u'\\');
-    else out.AddChar(c);
-  }
-}
-
 int RunCss(const Args& args) {
-  Args rest;
-  bool tokens = false;
-  for (const std::string& a : args) {
-    if (a == "--tokens")
-      tokens = true;
-    else if (a.size() > 1 && a[0] == '-')
-      UsageError("css: unknown option '" + a + "'");
-    else
-      rest.push_back(a);
-  }
+  Args rest = args;
+  const bool tokens = TakeFlag(rest, "--tokens");
   if (!tokens) UsageError("css: say what to print: --tokens");
   ExpectArgs(kCommands[0], rest, 0, 1);
   TCSSTokenizer tokenizer(LoadText(rest.empty() ? std::string("-") : rest[0]));

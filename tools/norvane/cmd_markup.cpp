@@ -31,31 +31,10 @@ constexpr Command kCommands[] = {
      RunColor},
 };
 
-// The token text on one line: control characters spelled out.
-void AddEscaped(TFastString& out, const UnicodeString& s) {
-  for (char16_t c : s.view()) {
-    switch (c) {
-      case u'\n': out.Add2Char(u'\\', u'n'); break;
-      case u'\r': out.Add2Char(u'\\', u'r'); break;
-      case u'\t': out.Add2Char(u'\\', u't'); break;
-      case u'\\': out.Add2Char(u'\\', u'\\'); break;
-      default: out.AddChar(c);
-    }
-  }
-}
-
 int RunHtml(const Args& args) {
   const Command& cmd = kCommands[0];
-  Args rest;
-  bool tokens = false;
-  for (const std::string& a : args) {
-    if (a == "--tokens")
-      tokens = true;
-    else if (a.size() > 1 && a[0] == '-')
-      UsageError("html: unknown option '" + a + "'");
-    else
-      rest.push_back(a);
-  }
+  Args rest = args;
+  const bool tokens = TakeFlag(rest, "--tokens");
   if (!tokens) UsageError("html: say what to print: --tokens");
   ExpectArgs(cmd, rest, 0, 1);
   UnicodeString text = LoadText(rest.empty() ? std::string("-") : rest[0]);

@@ -122,6 +122,9 @@ class TStringParser : public TInterfacedObject {
  private:
   [[noreturn]] static void RaiseIncorrectNumber();
   void SkipBlanksAndComma() noexcept;
+  // One "+", then one "-", as the hexadecimal, binary and decimal readers
+  // take their sign; true for the minus.
+  bool ReadPlusThenMinus() noexcept;
   bool AtDigit() const noexcept { return p < pend && char16_t(*p - u'0') < 10; }
 };
 
