@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <type_traits>
 
 #include "norvane/markup/html_tokenizer.h"
 #include "norvane/runtime/object.h"
@@ -23,6 +24,8 @@ namespace norvane {
 
 class THtAttributes;
 class THtNodeList;
+class IHtNodeList;
+struct TXPathNode;
 
 // The class reference of a node class ("the class of THtNode").
 using TMetaClass = TClass;
@@ -160,6 +163,28 @@ class THtNode : public TObject {
   // Swaps two children, by node or by index.
   void Exchange(THtNode* a, THtNode* b);
   void Exchange(int32_t index1, int32_t index2);
+
+  // --- Path queries (the language: xpath_processor.h) ---------------------------
+  // The matches of `path`, walked from this node even when the path begins
+  // with "/". `current` (the step "current") defaults to this node.
+  IntfPtr<IHtNodeList> XPath(const UnicodeString& path, bool firstOnly = false, THtNode* current = nullptr);
+  // Calls `proc` for each match instead of collecting them.
+  void XPath(const UnicodeString& path, void (*proc)(THtNode* node, void* data), void* data);
+  template <class Proc>
+    requires std::is_invocable_v<Proc&, THtNode*>
+  void XPath(const UnicodeString& path, Proc&& proc) {
+    XPath(
+        path, [](THtNode* node, void* data) { (*static_cast<std::remove_reference_t<Proc>*>(data))(node); },
+        const_cast<void*>(static_cast<const void*>(&proc)));
+  }
+  // The text of the first match; a path that begins with "/" starts at the
+  // root of the tree.
+  UnicodeString XPathValue(const UnicodeString& path, THtNode* current = nullptr);
+  // The walk of `step` and those behind it from this node. A nil `list`
+  // makes it a value query, whose result is step->Processor->Value.
+  void InternalXPath(TXPathNode* step, THtNodeList* list, bool firstOnly);
+  // Tests this node against the conditions of `step`.
+  bool EvaluateCondition(TXPathNode* step);
 
   // Public for the owner of the tree; not owned.
   THTMLTokenType TagType = htUnknown;
