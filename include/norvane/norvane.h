@@ -1,6 +1,7 @@
 // Umbrella header: every public header of the library.
 #pragma once
 
+#include "norvane/css/css_measure.h"
 #include "norvane/css/css_measure_unit.h"
 #include "norvane/css/css_tokenizer.h"
 #include "norvane/foundation/date_mask.h"
@@ -21,10 +22,17 @@
 #include "norvane/foundation/text_file.h"
 #include "norvane/foundation/text_utils.h"
 #include "norvane/foundation/url_utils.h"
+#include "norvane/markup/ht_attributes.h"
+#include "norvane/markup/ht_node.h"
+#include "norvane/markup/ht_node_list.h"
 #include "norvane/markup/html_colors.h"
 #include "norvane/markup/html_entities.h"
+#include "norvane/markup/html_node.h"
+#include "norvane/markup/html_parser.h"
 #include "norvane/markup/html_tokenizer.h"
+#include "norvane/markup/json_tokenizer.h"
 #include "norvane/markup/markup_errors.h"
+#include "norvane/markup/xpath_processor.h"
 #include "norvane/runtime/classes.h"
 #include "norvane/runtime/exception.h"
 #include "norvane/runtime/format.h"
