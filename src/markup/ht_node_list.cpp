@@ -214,6 +214,18 @@ THtNodeList* THtNodeList::ToggleClass(const UnicodeString& name) {
 }
 
 THtNodeList* THtNodeList::Append(const UnicodeString& tag) {
+  AddChildToEach(tag, UnicodeString());
+  return this;
+}
+
+THtNodeList* THtNodeList::SetText(const UnicodeString& text) {
+  AddChildToEach(UnicodeString(), text);
+  return this;
+}
+
+// Gives each item a new last child (an element for a tag, a text node for
+// content) and makes the new children the list's items.
+void THtNodeList::AddChildToEach(const UnicodeString& tag, const UnicodeString& content) {
   CheckNotOwning();
   std::vector<THtNode*> created;
   created.reserve(size_t(FCount));
@@ -221,26 +233,11 @@ THtNodeList* THtNodeList::Append(const UnicodeString& tag) {
     auto* n = static_cast<THtNode*>(FList[i]);
     if (!n) continue;
     THtNode* c = n->AddChild(n->GetElementClass(tag, nullptr));
-    c->SetTag(tag);
+    if (!tag.IsEmpty()) c->SetTag(tag);
+    if (!content.IsEmpty()) c->SetContent(content);
     created.push_back(c);
   }
   ReplaceItems(created);
-  return this;
-}
-
-THtNodeList* THtNodeList::SetText(const UnicodeString& text) {
-  CheckNotOwning();
-  std::vector<THtNode*> created;
-  created.reserve(size_t(FCount));
-  for (int32_t i = 0; i < FCount; ++i) {
-    auto* n = static_cast<THtNode*>(FList[i]);
-    if (!n) continue;
-    THtNode* c = n->AddChild(n->GetElementClass(UnicodeString(), nullptr));
-    c->SetContent(text);
-    created.push_back(c);
-  }
-  ReplaceItems(created);
-  return this;
 }
 
 THtNodeList* THtNodeList::SetHTML(const UnicodeString& html) {

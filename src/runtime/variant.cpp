@@ -184,6 +184,14 @@ bool VarIsStr(const Variant& v) noexcept {
 
 // --- Conversions ---------------------------------------------------------------------
 
+namespace {
+// Rounds halves to even; a value outside Int64 (or NaN) is an overflow.
+int64_t RoundToInt64(double d, TVarType from) {
+  if (!(d >= -9223372036854775808.0 && d < 9223372036854775808.0)) OverflowError(from, varInt64);
+  return Round(d);
+}
+}  // namespace
+
 int64_t Variant::AsInt64() const {
   switch (vt_) {
     case varEmpty: return 0;
@@ -203,18 +211,14 @@ int64_t Variant::AsInt64() const {
     case varCurrency: return Round(double(u_.i64) / 10000.0);
     case varSingle:
     case varDouble:
-    case varDate: {
-      double d = vt_ == varSingle ? double(u_.f) : u_.d;
-      if (!(d >= -9223372036854775808.0 && d < 9223372036854775808.0)) OverflowError(vt_, varInt64);
-      return Round(d);
-    }
+    case varDate:
+      return RoundToInt64(vt_ == varSingle ? double(u_.f) : u_.d, vt_);
     case varUString: {
       int64_t i;
       if (TryStrToInt64(u_.s, i)) return i;
       double d;
       if (!StrToNumber(u_.s, d)) CastError(vt_, varInt64);
-      if (!(d >= -9223372036854775808.0 && d < 9223372036854775808.0)) OverflowError(vt_, varInt64);
-      return Round(d);
+      return RoundToInt64(d, vt_);
     }
     default:
       CastError(vt_, varInt64);

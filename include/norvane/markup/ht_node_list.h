@@ -159,6 +159,7 @@ class THtNodeList : public THtObjectList, public IHtNodeList {
   void CheckNotOwning() const;
   // Replaces the items by `nodes` (a query result: nothing freed).
   void ReplaceItems(const std::vector<THtNode*>& nodes);
+  void AddChildToEach(const UnicodeString& tag, const UnicodeString& content);
   void Link(int32_t index) noexcept;  // sets the link into index from index-1
 
   std::atomic<int32_t> FRefCount{0};
