@@ -68,4 +68,34 @@ int32_t JenkinsHashANSI(const char* s, int32_t length) noexcept {
   return JenkinsLoop(reinterpret_cast<const unsigned char*>(s), length);
 }
 
+namespace {
+struct Crc32Table {
+  uint32_t t[256];
+  constexpr Crc32Table() : t() {
+    for (uint32_t i = 0; i < 256; ++i) {
+      uint32_t c = i;
+      for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
+      t[i] = c;
+    }
+  }
+};
+constexpr Crc32Table kCrc32;
+}  // namespace
+
+uint32_t CRC32(const void* data, size_t length, uint32_t crc) noexcept {
+  const auto* p = static_cast<const unsigned char*>(data);
+  uint32_t c = ~crc;
+  for (size_t i = 0; i < length; ++i) c = kCrc32.t[(c ^ p[i]) & 0xFF] ^ (c >> 8);
+  return ~c;
+}
+
+uint32_t CalcStrCRC32(std::u16string_view s) noexcept {
+  uint32_t c = ~0u;
+  for (char16_t u : s) {
+    c = kCrc32.t[(c ^ uint32_t(u & 0xFF)) & 0xFF] ^ (c >> 8);
+    c = kCrc32.t[(c ^ uint32_t(u >> 8)) & 0xFF] ^ (c >> 8);
+  }
+  return ~c;
+}
+
 }  // namespace norvane

@@ -174,15 +174,12 @@ void AppendUtf8(std::string& out, std::u16string_view s) {
   }
 }
 
-std::u16string Utf8ToU16(std::string_view in) {
-  std::u16string out;
-  out.reserve(in.size());
-  const auto* p = reinterpret_cast<const uint8_t*>(in.data());
-  const uint8_t* end = p + in.size();
+char16_t* Utf8ToU16(const uint8_t* p, size_t size, char16_t* out) noexcept {
+  const uint8_t* end = p + size;
   while (p < end) {
     uint32_t c = *p;
     if (c < 0x80) {
-      out.push_back(char16_t(c));
+      *out++ = char16_t(c);
       ++p;
       continue;
     }
@@ -195,7 +192,7 @@ std::u16string Utf8ToU16(std::string_view in) {
     } else if (c >= 0xF0 && c <= 0xF4) {
       extra = 3, c &= 0x07, min = 0x10000;
     } else {
-      out.push_back(u'\uFFFD');
+      *out++ = u'\uFFFD';
       ++p;
       continue;
     }
@@ -203,19 +200,27 @@ std::u16string Utf8ToU16(std::string_view in) {
     int k = 0;
     for (; k < extra && q < end && (*q & 0xC0) == 0x80; ++k, ++q) c = (c << 6) | (*q & 0x3F);
     if (k < extra || c < min || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) {
-      out.push_back(u'\uFFFD');
+      *out++ = u'\uFFFD';
       p = q > p + 1 ? q : p + 1;
       continue;
     }
     p = q;
     if (c >= 0x10000) {
       c -= 0x10000;
-      out.push_back(char16_t(0xD800 + (c >> 10)));
-      out.push_back(char16_t(0xDC00 + (c & 0x3FF)));
+      *out++ = char16_t(0xD800 + (c >> 10));
+      *out++ = char16_t(0xDC00 + (c & 0x3FF));
     } else {
-      out.push_back(char16_t(c));
+      *out++ = char16_t(c);
     }
   }
+  return out;
+}
+
+std::u16string Utf8ToU16(std::string_view in) {
+  // Never more units than bytes: a 4-byte form gives two.
+  std::u16string out(in.size(), u'\0');
+  char16_t* end = Utf8ToU16(reinterpret_cast<const uint8_t*>(in.data()), in.size(), out.data());
+  out.resize(size_t(end - out.data()));
   return out;
 }
 

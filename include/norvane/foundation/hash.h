@@ -5,7 +5,9 @@
 // length of 0 or less hashes like the empty string.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 namespace norvane {
 
@@ -28,5 +30,11 @@ int32_t RSHash(const char16_t* s, int32_t length) noexcept;
 // h *= 9; h ^= h >> 11; h *= 32769.
 int32_t JenkinsHash(const char16_t* s, int32_t length) noexcept;
 int32_t JenkinsHashANSI(const char* s, int32_t length) noexcept;
+
+// CRC-32 (IEEE 802.3, reflected, as zip and PNG use it) of `length` bytes,
+// continuing from `crc` (0 to start).
+uint32_t CRC32(const void* data, size_t length, uint32_t crc = 0) noexcept;
+// CRC-32 of a string's UTF-16 units, each as two bytes, low byte first.
+uint32_t CalcStrCRC32(std::u16string_view s) noexcept;
 
 }  // namespace norvane

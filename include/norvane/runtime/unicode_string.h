@@ -137,6 +137,9 @@ UnicodeString operator+(char16_t a, const UnicodeString& b);
 // bytes decode to U+FFFD; lone surrogates encode as their 3-byte form.
 void AppendUtf8(std::string& out, std::u16string_view s);
 std::u16string Utf8ToU16(std::string_view utf8);
+// The same into `out`, which needs room for `size` units (never more are
+// written); returns the end of the output. Allocates nothing.
+char16_t* Utf8ToU16(const uint8_t* utf8, size_t size, char16_t* out) noexcept;
 
 // Byte strings of the runtime (RawByteString, AnsiString, UTF8String).
 using RawByteString = std::string;
