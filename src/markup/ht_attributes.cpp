@@ -1,6 +1,7 @@
 #include "norvane/markup/ht_attributes.h"
 
 #include "norvane/foundation/fast_string.h"
+#include "norvane/markup/html_encode.h"
 #include "norvane/runtime/exception.h"
 #include "norvane/runtime/sysutils.h"
 
@@ -11,22 +12,6 @@ NV_CLASS_IMPL(THtAttributes, "htmlpars")
 namespace {
 
 inline char16_t FoldAscii(char16_t c) noexcept { return (c >= u'A' && c <= u'Z') ? char16_t(c + 32) : c; }
-
-// Extra units an attribute value needs per unit below 256: a digit below 10
-// becomes "&#d;", the double quote "&quot;", "&" "&amp;", "<" and ">" "&lt;"
-// and "&gt;", the no-break space "&nbsp;".
-struct TAttrOverheadTable {
-  uint8_t Cost[256]{};
-  constexpr TAttrOverheadTable() {
-    for (int i = 0; i < 10; ++i) Cost[i] = 3;
-    Cost[u'"'] = 5;
-    Cost[u'&'] = 4;
-    Cost[u'<'] = 3;
-    Cost[u'>'] = 3;
-    Cost[0xA0] = 5;
-  }
-};
-constexpr TAttrOverheadTable kHtmlAttrCost;
 
 // The XML form: the five markup characters and the control units other than
 // tab, LF and CR as numeric references, so nothing is lost on reading back.
@@ -43,17 +28,16 @@ struct TXmlOverheadTable {
 };
 constexpr TXmlOverheadTable kXmlAttrCost;
 
-template <class Table>
-int32_t Overhead(const UnicodeString& s, const Table& t) noexcept {
+int32_t XmlOverhead(const UnicodeString& s) noexcept {
   int32_t n = 0;
   for (char16_t c : s.view())
-    if (c < 256) n += t.Cost[c];
+    if (c < 256) n += kXmlAttrCost.Cost[c];
   return n;
 }
 
-// Appends `s` to `out`, encoded. The two forms differ only in the control
-// units and the no-break space, which XML keeps as a character.
-void AppendEncoded(TFastString& out, const UnicodeString& s, bool xml) {
+// The XML form: the markup characters and the control units other than tab,
+// LF and CR as references.
+void AppendXmlEncoded(TFastString& out, const UnicodeString& s) {
   for (char16_t c : s.view()) {
     switch (c) {
       case u'"': out.Add(UnicodeString(u"&quot;")); continue;
@@ -62,9 +46,7 @@ void AppendEncoded(TFastString& out, const UnicodeString& s, bool xml) {
       case u'>': out.Add(UnicodeString(u"&gt;")); continue;
       default: break;
     }
-    if (!xml && c == 0xA0) {
-      out.Add(UnicodeString(u"&nbsp;"));
-    } else if (c < 32 && (xml ? (c != u'\t' && c != u'\n' && c != u'\r') : c < 10)) {
+    if (c < 32 && c != u'\t' && c != u'\n' && c != u'\r') {
       out.Add2Char(u'&', u'#');
       out.Add(int32_t(c));
       out.AddChar(u';');
@@ -74,18 +56,28 @@ void AppendEncoded(TFastString& out, const UnicodeString& s, bool xml) {
   }
 }
 
+// One pass over the overhead table tells whether a value needs encoding at
+// all; most don't and are appended as they are.
 void AppendValue(TFastString& out, const UnicodeString& value, bool xml) {
-  int32_t extra = xml ? Overhead(value, kXmlAttrCost) : Overhead(value, kHtmlAttrCost);
-  if (extra == 0)
+  if (xml) {
+    if (XmlOverhead(value) == 0)
+      out.Add(value);
+    else
+      AppendXmlEncoded(out, value);
+    return;
+  }
+  if (HtmlEncodeAttrNodeOverhead(value.view()) == 0)
     out.Add(value);
   else
-    AppendEncoded(out, value, xml);
+    FastHtmlEncodeAttr(&out, value.view());
 }
 
 }  // namespace
 
 UnicodeString THtAttributes::FoldName(const UnicodeString& name) const {
-  if (CaseSensitive) return name;
+  // A name with "{" is a template placeholder, whose case the template
+  // engine reads: the parser keeps it as written, and so does the table.
+  if (CaseSensitive || name.view().find(u'{') != std::u16string_view::npos) return name;
   // Copy only when something folds, so interned lower-case names stay shared.
   for (char16_t c : name.view())
     if (c >= u'A' && c <= u'Z') return LowerCase(name);
@@ -198,7 +190,7 @@ UnicodeString THtAttributes::AsString() const {
     if (i > 0) out.AddChar(u' ');
     out.Add(List[size_t(i)].Name);
     out.Add2Char(u'=', u'"');
-    AppendValue(out, List[size_t(i)].Value, false);
+    out.Add(HtmlEncodeAttr(List[size_t(i)].Value, -1));
     out.AddChar(u'"');
   }
   return out.GetAsString();

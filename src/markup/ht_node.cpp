@@ -121,7 +121,10 @@ TMetaClass THtNode::GetElementClass(const UnicodeString& tag, const THtNode* roo
 }
 
 THtNode* THtNode::AddCreated(TMetaClass cls, bool throughSetParent) {
-  if (!cls) cls = GetElementClass(UnicodeString(), nullptr);
+  // Without a class the child is made by this node's own factory, whose
+  // class the root chose: asking the root again would walk the whole depth
+  // for every child.
+  if (!cls) cls = ClassType();
   std::unique_ptr<THtNode> child(Create(cls));
   if (throughSetParent)
     child->SetParent(this);

@@ -35,6 +35,8 @@ const THtHtmlNodeOps* Ops() noexcept { return gHtmlOps.load(std::memory_order_ac
 
 void RegisterHtmlNodeOps(const THtHtmlNodeOps* ops) noexcept { gHtmlOps.store(ops, std::memory_order_release); }
 
+const THtHtmlNodeOps* RegisteredHtmlNodeOps() noexcept { return gHtmlOps.load(std::memory_order_acquire); }
+
 THtNodeList::~THtNodeList() = default;
 
 // --- Reference count ------------------------------------------------------------------

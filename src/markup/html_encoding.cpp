@@ -162,6 +162,11 @@ THtmlEncoding THtmlParser::GetFileEncoding(const UnicodeString& path, uint32_t& 
   } else {
     buf.clear();
   }
+  return GetBufferEncoding(buf, codepage);
+}
+
+THtmlEncoding THtmlParser::GetBufferEncoding(std::string_view bytes, uint32_t& codepage) {
+  std::string buf(bytes.substr(0, 4096));
   if (buf.empty()) return heDefault;
   const auto* b = reinterpret_cast<const uint8_t*>(buf.data());
   if (buf.size() >= 3 && b[0] == 0xEF && b[1] == 0xBB && b[2] == 0xBF) return heUTF8;

@@ -71,8 +71,10 @@ THtNode* THtmlNode::FloatUpOver(const UnicodeString* tags, int32_t high, const T
 THtNode* THtmlNode::FloatUpTo(const UnicodeString* tags, int32_t high, const THtNode* limit) const noexcept {
   const THtNode* below = nullptr;
   for (const THtNode* n = this; n; below = n, n = n->Parent()) {
-    if (n == limit || n->Parent() == n) return nullptr;
+    if (n->Parent() == n) return nullptr;
+    // The limit itself may match: closing up to below it stays inside it.
     if (InList(n->Tag(), tags, high)) return const_cast<THtNode*>(below);
+    if (n == limit) return nullptr;
   }
   return nullptr;
 }

@@ -22,7 +22,6 @@ htTagStart	<
 htTagClose	/
 htIdent	script
 htTagEnd	>" html --tokens "$TMP/page.html"
-expect_error 2 "html: say what to print: --tokens" html "$TMP/page.html"
 expect_error 2 "html: unknown option '--bogus'" html --bogus
 
 # Colours: ARGB and the name back; 00000001 (no colour) exits 1.

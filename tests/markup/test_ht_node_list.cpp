@@ -309,6 +309,7 @@ TEST(HtNodeList, HtmlBulkCallsNeedHtmlNodes) {
   THtNodeList q(false, false);
   q.Add(&a);
   q.Add(&b);
+  const THtHtmlNodeOps* library = RegisteredHtmlNodeOps();  // put back at the end
   RegisterHtmlNodeOps(nullptr);
   EXPECT_THROW(q.AddClass(u"x"), ENotSupportedException);
   EXPECT_THROW(q.GetHTML(), ENotSupportedException);
@@ -326,5 +327,5 @@ TEST(HtNodeList, HtmlBulkCallsNeedHtmlNodes) {
   THtNode plain;
   q.Add(&plain);
   EXPECT_THROW(q.AddClass(u"x"), EInvalidCast);
-  RegisterHtmlNodeOps(nullptr);
+  RegisterHtmlNodeOps(library);
 }

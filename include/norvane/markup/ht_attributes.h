@@ -36,7 +36,8 @@ class THtAttributes : public TObject {
   UnicodeString GetAttribute(const UnicodeString& name) const;
   // Inserts at the sorted place without looking for an equal name, so a
   // second entry of a name lands beside the first. An empty name is ignored:
-  // it could never be found again.
+  // it could never be found again. Names are folded unless the table is
+  // case sensitive or the name holds "{" (a template placeholder).
   void Add(const UnicodeString& name, const UnicodeString& value);
   // Replaces the value of an existing name or inserts the pair.
   void SetAttribute(const UnicodeString& name, const UnicodeString& value) { SetAttributeEx(name, value); }

@@ -55,7 +55,7 @@ class THtNode : public TObject {
   // The class for a new element `tag`. The root of a tree decides: `root`
   // when given, else this node's root, else this node's own class.
   virtual TMetaClass GetElementClass(const UnicodeString& tag, const THtNode* root);
-  // Creates a child of class `cls` (this node's element class when nil),
+  // Creates a child of class `cls` (this node's own class when nil),
   // writes its parent link directly and appends it.
   virtual THtNode* InternalAddChild(TMetaClass cls);
   // Creates the attribute table with default settings.

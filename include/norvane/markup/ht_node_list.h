@@ -54,6 +54,8 @@ struct THtHtmlNodeOps {
 };
 // `ops` must outlive every list operation; nil unregisters.
 void RegisterHtmlNodeOps(const THtHtmlNodeOps* ops) noexcept;
+// The operations registered now (the HTML node layer's, once it is linked).
+const THtHtmlNodeOps* RegisteredHtmlNodeOps() noexcept;
 
 struct THtNodeListEnumerator {
   int32_t FIndex = -1;

@@ -47,6 +47,8 @@ class THtmlParser : public TObject {
   // Encoding of a file from its first 4096 bytes: byte-order mark, UTF-16
   // shape, UTF-8 shape, else a charset declaration (codepage, heDefault).
   static THtmlEncoding GetFileEncoding(const UnicodeString& path, uint32_t& codepage);
+  // The same test on bytes in memory (their first 4096 are read).
+  static THtmlEncoding GetBufferEncoding(std::string_view bytes, uint32_t& codepage);
   // Code page of a lower-case charset name; 0 when unknown.
   static uint32_t CharsettoCodepage(const UnicodeString& name);
 
