@@ -7,5 +7,8 @@
 namespace norvane {
 
 NV_EXCEPTION(EHtmlParserException, Exception)
+// Errors of the XML readers: the XML tree and the SAX parser (class record
+// in sax_xml_parser.cpp).
+NV_EXCEPTION(EHtXML, Exception)
 
 }  // namespace norvane
