@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "norvane/foundation/ht_object_list.h"
 #include "norvane/runtime/object.h"
@@ -54,6 +55,18 @@ class THtScriptUnit : public TObject {
   THtScriptWarnings& Warnings() noexcept { return FWarnings; }
   const THtScriptWarnings& Warnings() const noexcept { return FWarnings; }
 
+  // The byte per line of the code map: bit 0 marks a line that holds code,
+  // a flow statement ORs in 4 shl its kind. Grows in steps of 100 lines.
+  void SetCodeLine(int32_t line, uint8_t flags) {
+    if (line < 0) return;
+    if (size_t(line) >= fCodeLines.size()) fCodeLines.resize(size_t(line) + 100, 0);
+    fCodeLines[size_t(line)] |= flags;
+  }
+  bool HasCodeAt(int32_t line) const noexcept {
+    return line >= 0 && size_t(line) < fCodeLines.size() && (fCodeLines[size_t(line)] & 1) != 0;
+  }
+  const std::vector<uint8_t>& GetLinesAttributes() const noexcept { return fCodeLines; }
+
   bool Processed = false;   // its text has been parsed
   UnicodeString UnitText;
 
@@ -61,6 +74,7 @@ class THtScriptUnit : public TObject {
   UnicodeString FUnitName;
   UnicodeString fUnitNameLower;
   THtScriptWarnings FWarnings;
+  std::vector<uint8_t> fCodeLines;
 };
 
 }  // namespace norvane

@@ -1,0 +1,1 @@
+procedure p; begin case x of 1: ; else begin x := 
