@@ -4,6 +4,11 @@
 set -euo pipefail
 source "$(dirname "$0")/common.sh"
 bash "$ROOT/scripts/deps.sh" "${BUILD_PACKAGES[@]}"
+bash "$ROOT/scripts/fetch_css_corpus.sh"
+
+# Real pages for the HTML round-trip test; without network the test falls
+# back to its committed sample.
+bash "$ROOT/scripts/fetch_html_corpus.sh" || echo "html corpus: fetch failed; the round-trip test uses tests/data/html"
 
 echo "== release build and tests"
 configure "$ROOT/build-test" -DCMAKE_BUILD_TYPE=RelWithDebInfo

@@ -57,6 +57,11 @@ struct ReportSection {
 std::span<const Command> FoundationCommands();
 std::span<const Command> MarkupCommands();
 std::span<const Command> CssCommands();
+std::span<const Command> ScriptCommands();
+std::span<const Command> ExpressionCommands();
+std::span<const Command> CssPropCommands();
+std::span<const Command> SaxCommands();
+std::span<const Command> DataCommands();
 std::span<const ReportSection> FoundationSections();
 
 // The text compiled into the binary, used when no FILE is given.

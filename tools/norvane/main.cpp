@@ -32,7 +32,8 @@ constexpr Command kCoreCommands[] = {
 
 // Every table of commands, in the order `norvane --help` lists them.
 std::vector<std::span<const Command>> CommandTables() {
-  return {std::span<const Command>(kCoreCommands), FoundationCommands(), MarkupCommands(), CssCommands()};
+  return {std::span<const Command>(kCoreCommands), FoundationCommands(), MarkupCommands(), CssCommands(),
+          CssPropCommands(), ScriptCommands(), ExpressionCommands(), SaxCommands(), DataCommands()};
 }
 
 // Every report section, in print order.
