@@ -2,6 +2,7 @@
 
 #include "norvane/foundation/fast_string.h"
 #include "norvane/markup/html_encode.h"
+#include "norvane/markup/markup_encode.h"
 #include "norvane/runtime/exception.h"
 #include "norvane/runtime/sysutils.h"
 
@@ -13,57 +14,11 @@ namespace {
 
 inline char16_t FoldAscii(char16_t c) noexcept { return (c >= u'A' && c <= u'Z') ? char16_t(c + 32) : c; }
 
-// The XML form: the five markup characters and the control units other than
-// tab, LF and CR as numeric references, so nothing is lost on reading back.
-struct TXmlOverheadTable {
-  uint8_t Cost[256]{};
-  constexpr TXmlOverheadTable() {
-    for (int i = 0; i < 32; ++i) Cost[i] = i < 10 ? 3 : 4;
-    Cost[u'\t'] = Cost[u'\n'] = Cost[u'\r'] = 0;
-    Cost[u'"'] = 5;
-    Cost[u'&'] = 4;
-    Cost[u'<'] = 3;
-    Cost[u'>'] = 3;
-  }
-};
-constexpr TXmlOverheadTable kXmlAttrCost;
-
-int32_t XmlOverhead(const UnicodeString& s) noexcept {
-  int32_t n = 0;
-  for (char16_t c : s.view())
-    if (c < 256) n += kXmlAttrCost.Cost[c];
-  return n;
-}
-
-// The XML form: the markup characters and the control units other than tab,
-// LF and CR as references.
-void AppendXmlEncoded(TFastString& out, const UnicodeString& s) {
-  for (char16_t c : s.view()) {
-    switch (c) {
-      case u'"': out.Add(UnicodeString(u"&quot;")); continue;
-      case u'&': out.Add(UnicodeString(u"&amp;")); continue;
-      case u'<': out.Add(UnicodeString(u"&lt;")); continue;
-      case u'>': out.Add(UnicodeString(u"&gt;")); continue;
-      default: break;
-    }
-    if (c < 32 && c != u'\t' && c != u'\n' && c != u'\r') {
-      out.Add2Char(u'&', u'#');
-      out.Add(int32_t(c));
-      out.AddChar(u';');
-    } else {
-      out.AddChar(c);
-    }
-  }
-}
-
 // One pass over the overhead table tells whether a value needs encoding at
 // all; most don't and are appended as they are.
 void AppendValue(TFastString& out, const UnicodeString& value, bool xml) {
   if (xml) {
-    if (XmlOverhead(value) == 0)
-      out.Add(value);
-    else
-      AppendXmlEncoded(out, value);
+    FastXMLEncode(&out, value);
     return;
   }
   if (HtmlEncodeAttrNodeOverhead(value.view()) == 0)
