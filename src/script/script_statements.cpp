@@ -640,6 +640,39 @@ bool ParseLabels(THtScriptParser* parser, Add add) {
   }
 }
 
+// Reads "case <selector> of <items> end" for both forms of case: `elseItem`
+// reads what follows "else", `item` one label list with what follows it and
+// answers false when the list ends the block.
+template <class Else, class Item>
+void ParseCaseBlock(THtScriptParser* parser, TScriptExpression*& selector, Else elseItem, Item item) {
+  TScriptTokenizer* tk = parser->Tokenizer;
+  const TScriptToken& t = tk->Token;
+  tk->NextNonSpace();
+  selector = parser->GetExpression(rtOf);
+  if (tk->Empty || !IsReserved(t, rtOf)) {
+    tk->Error(u"of expected");
+    if (tk->Empty) return;
+  } else {
+    tk->NextNonSpace();
+  }
+  while (!tk->Empty && !IsReserved(t, rtEnd)) {
+    const char16_t* before = tk->SavePos();
+    if (IsReserved(t, rtElse)) {
+      tk->NextNonSpace();
+      elseItem();
+    } else if (!item()) {
+      break;
+    }
+    if (!tk->Empty && t.TokenType == ttDelimiter) tk->NextNonSpace();
+    if (!tk->Empty && tk->SavePos() == before) tk->NextNonSpace();
+  }
+  if (tk->Empty)
+    tk->ErrorFmt(u"end expected but '%s' found", {UnicodeString()});
+  else
+    tk->NextNonSpace();
+}
+
+
 bool CaseMatch(const Variant& selector, const Variant& label) {
   if ((selector.VarType() == varNull) != (label.VarType() == varNull)) return false;
   return VarEq(selector, label);
@@ -657,35 +690,18 @@ TCaseStatement::~TCaseStatement() {
 }
 
 void TCaseStatement::Parse() {
-  TScriptTokenizer* tk = fParser->Tokenizer;
-  const TScriptToken& t = tk->Token;
-  tk->NextNonSpace();
-  Selector = fParser->GetExpression(rtOf);
-  if (tk->Empty || !IsReserved(t, rtOf)) {
-    tk->Error(u"of expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
-  while (!tk->Empty && !IsReserved(t, rtEnd)) {
-    const char16_t* before = tk->SavePos();
-    if (IsReserved(t, rtElse)) {
-      tk->NextNonSpace();
-      delete std::exchange(ElseItem, nullptr);
-      ElseItem = fParser->GetStatement(this);
-    } else {
-      Cases.emplace_back();
-      bool more = ParseLabels(fParser, [&](TScriptExpression* e) { Cases.back().Labels.push_back(e); });
-      if (!more) break;
-      Cases.back().Statement = fParser->GetStatement(this);
-    }
-    if (!tk->Empty && t.TokenType == ttDelimiter) tk->NextNonSpace();
-    if (!tk->Empty && tk->SavePos() == before) tk->NextNonSpace();
-  }
-  if (tk->Empty)
-    tk->ErrorFmt(u"end expected but '%s' found", {UnicodeString()});
-  else
-    tk->NextNonSpace();
+  ParseCaseBlock(
+      fParser, Selector,
+      [&] {
+        delete std::exchange(ElseItem, nullptr);
+        ElseItem = fParser->GetStatement(this);
+      },
+      [&] {
+        Cases.emplace_back();
+        bool more = ParseLabels(fParser, [&](TScriptExpression* e) { Cases.back().Labels.push_back(e); });
+        if (more) Cases.back().Statement = fParser->GetStatement(this);
+        return more;
+      });
 }
 
 TScriptExitResult TCaseStatement::Run() {
@@ -728,40 +744,23 @@ TExCaseStatement::~TExCaseStatement() {
 }
 
 void TExCaseStatement::Parse() {
-  TScriptTokenizer* tk = fParser->Tokenizer;
-  const TScriptToken& t = tk->Token;
-  tk->NextNonSpace();
-  Selector = fParser->GetExpression(rtOf);
-  if (tk->Empty || !IsReserved(t, rtOf)) {
-    tk->Error(u"of expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
-  while (!tk->Empty && !IsReserved(t, rtEnd)) {
-    const char16_t* before = tk->SavePos();
-    if (IsReserved(t, rtElse)) {
-      tk->NextNonSpace();
-      delete std::exchange(ElseItem, nullptr);
-      ElseItem = fParser->GetExpression();
-    } else {
-      // Labels go straight into Cases, which owns them; the labels of one
-      // list share the value, held by the last of them (see Calc).
-      const size_t first = Cases.size();
-      bool more = ParseLabels(fParser, [&](TScriptExpression* e) { Cases.push_back({e, nullptr}); });
-      if (more) {
-        std::unique_ptr<TScriptExpression> value(fParser->GetExpression());
-        if (Cases.size() > first) Cases.back().Value = value.release();
-      }
-      if (!more) break;
-    }
-    if (!tk->Empty && t.TokenType == ttDelimiter) tk->NextNonSpace();
-    if (!tk->Empty && tk->SavePos() == before) tk->NextNonSpace();
-  }
-  if (tk->Empty)
-    tk->ErrorFmt(u"end expected but '%s' found", {UnicodeString()});
-  else
-    tk->NextNonSpace();
+  ParseCaseBlock(
+      fParser, Selector,
+      [&] {
+        delete std::exchange(ElseItem, nullptr);
+        ElseItem = fParser->GetExpression();
+      },
+      [&] {
+        // Labels go straight into Cases, which owns them; the labels of one
+        // list share the value, held by the last of them (see Calc).
+        const size_t first = Cases.size();
+        bool more = ParseLabels(fParser, [&](TScriptExpression* e) { Cases.push_back({e, nullptr}); });
+        if (more) {
+          std::unique_ptr<TScriptExpression> value(fParser->GetExpression());
+          if (Cases.size() > first) Cases.back().Value = value.release();
+        }
+        return more;
+      });
 }
 
 void TExCaseStatement::Calc(TExVariable* V) {
