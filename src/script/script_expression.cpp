@@ -1358,7 +1358,8 @@ void TScriptExpression::OpMinus(TExOperation) {
   RunStackCount = n - 1;
 }
 
-void TScriptExpression::OpMul(TExOperation) {
+// `*` and `/` read strings as numbers, then follow the variant rules.
+void TScriptExpression::OpMul(TExOperation Op) {
   const int32_t n = RunStackCount;
   if (n - FEntry < 2) RunError(UnicodeString(u"Error in expression"));
   TExVariable* rv = RunStack[size_t(n - 1)];
@@ -1366,23 +1367,12 @@ void TScriptExpression::OpMul(TExOperation) {
   RunStack[size_t(n - 2)]->DoGetValue();
   SettoTemp(n - 2);
   Variant& L = RunStack[size_t(n - 2)]->FValue;
-  L = VarBinaryOp(StrAsFloat(L), StrAsFloat(rv->FValue), opMultiply);
+  L = VarBinaryOp(StrAsFloat(L), StrAsFloat(rv->FValue), Op == eoDiv ? opDivide : opMultiply);
   RunStack[size_t(n - 1)] = nullptr;
   RunStackCount = n - 1;
 }
 
-void TScriptExpression::OpDiv(TExOperation) {
-  const int32_t n = RunStackCount;
-  if (n - FEntry < 2) RunError(UnicodeString(u"Error in expression"));
-  TExVariable* rv = RunStack[size_t(n - 1)];
-  rv->DoGetValue();
-  RunStack[size_t(n - 2)]->DoGetValue();
-  SettoTemp(n - 2);
-  Variant& L = RunStack[size_t(n - 2)]->FValue;
-  L = VarBinaryOp(StrAsFloat(L), StrAsFloat(rv->FValue), opDivide);
-  RunStack[size_t(n - 1)] = nullptr;
-  RunStackCount = n - 1;
-}
+void TScriptExpression::OpDiv(TExOperation Op) { OpMul(Op); }
 
 // --- The rest -----------------------------------------------------------------------
 
