@@ -65,6 +65,17 @@ class TRestoreException {
 
 bool IsReserved(const TScriptToken& t, TReservedType r) { return t.TokenType == ttReserved && t.ReservedType == r; }
 
+// Passes the reserved word `r`, or reports `message` (a tolerant parse goes
+// on from there); answers false when the text has ended.
+bool SkipReserved(TScriptTokenizer* tk, TReservedType r, const UnicodeString& message) {
+  if (tk->Empty || !IsReserved(tk->Token, r)) {
+    tk->Error(message);
+    return !tk->Empty;
+  }
+  tk->NextNonSpace();
+  return true;
+}
+
 bool CalcBool(TScriptExpression* e) {
   Variant v;
   e->Calc(v);
@@ -240,12 +251,7 @@ void TIfStatement::Parse() {
   const TScriptToken& t = tk->Token;
   tk->NextNonSpace();
   Condition = fParser->GetExpression(rtThen);
-  if (tk->Empty || !IsReserved(t, rtThen)) {
-    tk->Error(u"then expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
+  if (!SkipReserved(tk, rtThen, u"then expected")) return;
   StThen = fParser->GetStatement(this);
   if (tk->Empty) return;
   if (t.TokenType == ttDelimiter) {
@@ -288,18 +294,11 @@ TTernaryStatement::~TTernaryStatement() {
 
 void TTernaryStatement::Parse() {
   TScriptTokenizer* tk = fParser->Tokenizer;
-  const TScriptToken& t = tk->Token;
   tk->NextNonSpace();
   Condition = fParser->GetExpression(rtThen);
-  if (tk->Empty || !IsReserved(t, rtThen))
-    tk->Error(u"then expected");
-  else
-    tk->NextNonSpace();
+  SkipReserved(tk, rtThen, u"then expected");
   StThen = fParser->GetExpression(rtElse);
-  if (tk->Empty || !IsReserved(t, rtElse))
-    tk->Error(u"else expected");
-  else
-    tk->NextNonSpace();
+  SkipReserved(tk, rtElse, u"else expected");
   StElse = fParser->GetExpression();
 }
 
@@ -408,12 +407,7 @@ void TForStatement::Parse() {
     }
     ToValue = fParser->GetExpression(rtDo);
   }
-  if (tk->Empty || !IsReserved(t, rtDo)) {
-    tk->Error(u"do expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
+  if (!SkipReserved(tk, rtDo, u"do expected")) return;
   Loop = fParser->GetStatement(this);
 }
 
@@ -541,15 +535,9 @@ TWhileStatement::~TWhileStatement() {
 
 void TWhileStatement::Parse() {
   TScriptTokenizer* tk = fParser->Tokenizer;
-  const TScriptToken& t = tk->Token;
   tk->NextNonSpace();
   Condition = fParser->GetExpression(rtDo);
-  if (tk->Empty || !IsReserved(t, rtDo)) {
-    tk->Error(u"do expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
+  if (!SkipReserved(tk, rtDo, u"do expected")) return;
   Loop = fParser->GetStatement(this);
 }
 
@@ -579,17 +567,11 @@ TRepeatStatement::~TRepeatStatement() {
 
 void TRepeatStatement::Parse() {
   TScriptTokenizer* tk = fParser->Tokenizer;
-  const TScriptToken& t = tk->Token;
   tk->NextNonSpace();
   auto seq = std::make_unique<TScriptStatementSequence>(fParser, this);
   if (!tk->Empty) seq->Parse();
   Loop = seq.release();
-  if (tk->Empty || !IsReserved(t, rtUntil)) {
-    tk->Error(u"until expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
+  if (!SkipReserved(tk, rtUntil, u"until expected")) return;
   Condition = fParser->GetExpression();
 }
 
@@ -649,12 +631,7 @@ void ParseCaseBlock(THtScriptParser* parser, TScriptExpression*& selector, Else 
   const TScriptToken& t = tk->Token;
   tk->NextNonSpace();
   selector = parser->GetExpression(rtOf);
-  if (tk->Empty || !IsReserved(t, rtOf)) {
-    tk->Error(u"of expected");
-    if (tk->Empty) return;
-  } else {
-    tk->NextNonSpace();
-  }
+  if (!SkipReserved(tk, rtOf, u"of expected")) return;
   while (!tk->Empty && !IsReserved(t, rtEnd)) {
     const char16_t* before = tk->SavePos();
     if (IsReserved(t, rtElse)) {
