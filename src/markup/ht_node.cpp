@@ -180,18 +180,19 @@ bool THtNode::SetAttribute(const UnicodeString& name, UnicodeString value) {
 
 // --- Tag ----------------------------------------------------------------------------
 
-void THtNode::SetTag(const UnicodeString& tag) {
-  FTag = tag;
+int32_t THtNode::TagHashOf(const UnicodeString& tag) {
   const char16_t* p = tag.Data();
   int32_t n = tag.Length();
   bool upper = false;
   for (int32_t i = 0; i < n && !upper; ++i) upper = p[i] >= u'A' && p[i] <= u'Z';
-  if (upper) {
-    UnicodeString folded = LowerCase(tag);
-    FTagHash = RSHash(folded.Data(), n);
-  } else {
-    FTagHash = RSHash(p, n);
-  }
+  if (!upper) return RSHash(p, n);
+  UnicodeString folded = LowerCase(tag);
+  return RSHash(folded.Data(), n);
+}
+
+void THtNode::SetTag(const UnicodeString& tag) {
+  FTag = tag;
+  FTagHash = TagHashOf(tag);
 }
 
 // --- Attributes ------------------------------------------------------------------

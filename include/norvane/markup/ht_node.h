@@ -86,6 +86,14 @@ class THtNode : public TObject {
 
   // Stores the tag as given and its case-insensitive hash.
   void SetTag(const UnicodeString& tag);
+  // The same with the hash already known (TagHashOf(tag)): builders that
+  // create many nodes with the same interned tag compute it once.
+  void SetTag(const UnicodeString& tag, int32_t hash) noexcept {
+    FTag = tag;
+    FTagHash = hash;
+  }
+  // The case-insensitive hash that SetTag stores for `tag`.
+  static int32_t TagHashOf(const UnicodeString& tag);
 
   // --- Attributes -------------------------------------------------------------
   UnicodeString GetAttribute(const UnicodeString& name) const;
