@@ -85,6 +85,7 @@ bool THtmlParser::NextItem() {
     // that can't settle: it is dropped rather than looped on.
     if (++FRepeats <= MaxRepeats) return !tk.Eof;
   }
+  if (FXMLMode && FCaseSensitive && FastXML && FastXMLItem()) return true;
   FRepeats = 0;
   tk.NextToken(true);
   if (Attributes) Attributes->Clear();

@@ -1,13 +1,14 @@
 // THtXMLNode: creation, XML reading, values and tree operations.
 #include "norvane/markup/xml_node.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "norvane/runtime/small_pool.h"
 #include "norvane/markup/ht_attributes.h"
 #include "norvane/markup/json_tokenizer.h"
 #include "norvane/markup/markup_errors.h"
@@ -141,96 +142,12 @@ bool MayBeNarrowUtf8(std::u16string_view text) noexcept {
   return high;
 }
 
-// The node pool: a free list per thread over slabs that live as long as the
-// process. A thread that ends gives its free blocks to a shared list, from
-// which new lists take first.
-struct TNodeBlock {
-  TNodeBlock* Next;
-};
-
-struct TSharedBlocks {
-  std::mutex Lock;
-  TNodeBlock* Head = nullptr;
-};
-
-TSharedBlocks& SharedBlocks() {
-  static TSharedBlocks* shared = new TSharedBlocks();  // outlives every thread
-  return *shared;
-}
-
-struct TNodePool {
-  static constexpr size_t kSlabNodes = 512;
-  TNodeBlock* Free = nullptr;
-
-  ~TNodePool() {
-    if (!Free) return;
-    TNodeBlock* last = Free;
-    while (last->Next) last = last->Next;
-    TSharedBlocks& shared = SharedBlocks();
-    std::lock_guard<std::mutex> guard(shared.Lock);
-    last->Next = shared.Head;
-    shared.Head = Free;
-    Free = nullptr;  // blocks freed later by this thread's exit code stay out
-  }
-
-  void* Take() {
-    if (!Free) Refill();
-    TNodeBlock* b = Free;
-    Free = b->Next;
-    return b;
-  }
-
-  void Give(void* p) noexcept {
-    auto* b = static_cast<TNodeBlock*>(p);
-    b->Next = Free;
-    Free = b;
-  }
-
-  void Refill() {
-    {
-      TSharedBlocks& shared = SharedBlocks();
-      std::lock_guard<std::mutex> guard(shared.Lock);
-      if (shared.Head) {
-        Free = shared.Head;
-        shared.Head = nullptr;
-        return;
-      }
-    }
-    constexpr size_t size = (sizeof(THtXMLNode) + alignof(std::max_align_t) - 1) & ~(alignof(std::max_align_t) - 1);
-    auto* slab = static_cast<char*>(::operator new(size * kSlabNodes));
-    for (size_t i = kSlabNodes; i-- > 0;) Give(slab + i * size);
-  }
-};
-
-thread_local TNodePool tNodePool;
 
 }  // namespace
 
-// Sanitizer builds allocate each node apart, so that a use after free shows.
-#if defined(__SANITIZE_ADDRESS__)
-#define NV_XML_NODE_POOL 0
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define NV_XML_NODE_POOL 0
-#endif
-#endif
-#ifndef NV_XML_NODE_POOL
-#define NV_XML_NODE_POOL 1
-#endif
+void* THtXMLNode::operator new(size_t size) { return SmallPoolTake(size); }
 
-void* THtXMLNode::operator new(size_t size) {
-  if (!NV_XML_NODE_POOL || size != sizeof(THtXMLNode)) return ::operator new(size);
-  return tNodePool.Take();
-}
-
-void THtXMLNode::operator delete(void* p, size_t size) noexcept {
-  if (!p) return;
-  if (!NV_XML_NODE_POOL || size != sizeof(THtXMLNode)) {
-    ::operator delete(p);
-    return;
-  }
-  tNodePool.Give(p);
-}
+void THtXMLNode::operator delete(void* p, size_t size) noexcept { SmallPoolGive(p, size); }
 
 // --- Creation --------------------------------------------------------------------------
 
@@ -408,9 +325,19 @@ void THtXMLNode::Parse(THtmlParser* parser) {
   // join its content once, when it closes.
   std::vector<THtXMLNode*> open;
   std::vector<std::u16string> blanks;
+  // Tags come interned: their hashes are remembered by string block. Every
+  // block seen stays alive in a node until the parse ends, so no address
+  // comes back with another name.
+  struct TTagHash {
+    const char16_t* Data = nullptr;
+    int32_t Hash = 0;
+  };
+  std::array<TTagHash, 64> tagHashes{};
   const auto start = [&](THtXMLNode* n, bool inheritedPreserve) {
     if (BadNameStart(parser->Tag)) throw EHtXML(u"Invalid element name %s", {parser->Tag});
-    n->SetTag(parser->Tag);
+    TTagHash& th = tagHashes[(reinterpret_cast<uintptr_t>(parser->Tag.Data()) >> 4) & 63];
+    if (th.Data != parser->Tag.Data()) th = {parser->Tag.Data(), TagHashOf(parser->Tag)};
+    n->SetTag(parser->Tag, th.Hash);
     n->TagType = parser->TagType;
     if (THtAttributes* a = parser->ExtractAttributes()) {
       delete n->FAttributes;

@@ -3,6 +3,7 @@
 
 #include "norvane/runtime/classes.h"
 #include "norvane/runtime/exception.h"
+#include "norvane/runtime/small_pool.h"
 
 namespace norvane {
 
@@ -203,11 +204,12 @@ void TList::SetCapacity(int32_t newCapacity) {
   if (newCapacity < FCount || newCapacity > kMaxListSize)
     Error(u"List capacity out of bounds (%d)", newCapacity);
   if (newCapacity == FCapacity) return;
+  // Small arrays (most child lists) come from the pools.
   if (newCapacity == 0) {
-    std::free(FList);
+    SmallPoolGive(FList, size_t(FCapacity) * sizeof(void*));
     FList = nullptr;
   } else {
-    void* p = std::realloc(FList, size_t(newCapacity) * sizeof(void*));
+    void* p = SmallPoolResize(FList, size_t(FCapacity) * sizeof(void*), size_t(newCapacity) * sizeof(void*));
     if (!p) throw EOutOfMemory();
     FList = static_cast<void**>(p);
   }

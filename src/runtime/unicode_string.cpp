@@ -5,6 +5,7 @@
 #include <new>
 
 #include "norvane/runtime/exception.h"
+#include "norvane/runtime/small_pool.h"
 
 namespace norvane {
 
@@ -12,12 +13,13 @@ namespace {
 // Longest string a block may hold; keeps the byte size well inside int32
 // arithmetic of callers that compute sizes in units.
 constexpr int32_t kMaxLength = 0x3FFFFFF0;
+// Short strings, the most common, come from the pools.
+constexpr size_t BlockBytes(int32_t length) noexcept { return 8 + (size_t(length) + 1) * sizeof(char16_t); }
 }  // namespace
 
 char16_t* UnicodeString::Allocate(int32_t length) {
   if (length < 0 || length > kMaxLength) throw EOutOfMemory();
-  size_t bytes = sizeof(Header) + (size_t(length) + 1) * sizeof(char16_t);
-  auto* h = static_cast<Header*>(std::malloc(bytes));
+  auto* h = static_cast<Header*>(SmallPoolTake(BlockBytes(length)));
   if (!h) throw EOutOfMemory();
   new (&h->refs) std::atomic<int32_t>(1);
   h->length = length;
@@ -26,7 +28,10 @@ char16_t* UnicodeString::Allocate(int32_t length) {
   return d;
 }
 
-void UnicodeString::Free(char16_t* d) noexcept { std::free(reinterpret_cast<Header*>(d) - 1); }
+void UnicodeString::Free(char16_t* d) noexcept {
+  Header* h = reinterpret_cast<Header*>(d) - 1;
+  SmallPoolGive(h, BlockBytes(h->length));
+}
 
 UnicodeString UnicodeString::Alloc(int32_t length) {
   UnicodeString s;
@@ -93,8 +98,7 @@ void UnicodeString::SetLength(int32_t n) {
   if (d_ && Head()->refs.load(std::memory_order_acquire) == 1) {
     // Sole owner: resize the block in place.
     if (n > kMaxLength) throw EOutOfMemory();
-    size_t bytes = sizeof(Header) + (size_t(n) + 1) * sizeof(char16_t);
-    auto* h = static_cast<Header*>(std::realloc(Head(), bytes));
+    auto* h = static_cast<Header*>(SmallPoolResize(Head(), BlockBytes(old), BlockBytes(n)));
     if (!h) throw EOutOfMemory();
     d_ = reinterpret_cast<char16_t*>(h + 1);
     h->length = n;
@@ -177,6 +181,17 @@ void AppendUtf8(std::string& out, std::u16string_view s) {
 char16_t* Utf8ToU16(const uint8_t* p, size_t size, char16_t* out) noexcept {
   const uint8_t* end = p + size;
   while (p < end) {
+    // ASCII, the bulk of most texts, goes eight bytes at a time.
+    if (end - p >= 8) {
+      uint64_t w;
+      std::memcpy(&w, p, sizeof w);
+      if ((w & 0x8080808080808080ull) == 0) {
+        for (int k = 0; k < 8; ++k) out[k] = char16_t(p[k]);
+        p += 8;
+        out += 8;
+        continue;
+      }
+    }
     uint32_t c = *p;
     if (c < 0x80) {
       *out++ = char16_t(c);
@@ -224,7 +239,17 @@ std::u16string Utf8ToU16(std::string_view in) {
   return out;
 }
 
-UnicodeString UnicodeString::FromUtf8(std::string_view utf8) { return UnicodeString(Utf8ToU16(utf8)); }
+UnicodeString UnicodeString::FromUtf8(std::string_view utf8) {
+  if (utf8.empty()) return UnicodeString();
+  if (utf8.size() > size_t(kMaxLength)) throw EOutOfMemory();
+  // Never more units than bytes: decode into a block of that size and trim
+  // it (in place) to what was written.
+  UnicodeString s;
+  s.d_ = Allocate(int32_t(utf8.size()));
+  const char16_t* end = Utf8ToU16(reinterpret_cast<const uint8_t*>(utf8.data()), utf8.size(), s.d_);
+  s.SetLength(int32_t(end - s.d_));
+  return s;
+}
 
 std::string UnicodeString::ToUtf8() const {
   std::string out;

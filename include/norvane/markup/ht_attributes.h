@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "norvane/runtime/small_pool.h"
 #include "norvane/runtime/object.h"
 #include "norvane/runtime/unicode_string.h"
 
@@ -25,6 +26,8 @@ struct THtAttribute {
 class THtAttributes : public TObject {
   NV_CLASS(THtAttributes, TObject)
  public:
+  // Every element with attributes has a table: they come from the pools.
+  NV_SMALL_POOL_NEW
   THtAttributes() = default;
   explicit THtAttributes(bool caseSensitive) : CaseSensitive(caseSensitive) {}
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "norvane/foundation/ht_object_list.h"
+#include "norvane/runtime/small_pool.h"
 #include "norvane/markup/ht_node.h"
 
 namespace norvane {
@@ -68,6 +69,8 @@ struct THtNodeListEnumerator {
 class THtNodeList : public THtObjectList, public IHtNodeList {
   NV_CLASS(THtNodeList, THtObjectList)
  public:
+  // Every node with children has a list: they come from the pools.
+  NV_SMALL_POOL_NEW
   explicit THtNodeList(bool owns = false, bool refCounted = false)
       : THtObjectList(owns), FRefCounted(refCounted) {}
   ~THtNodeList() override;

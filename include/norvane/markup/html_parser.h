@@ -7,6 +7,7 @@
 // class of each tag.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -64,6 +65,9 @@ class THtmlParser : public TObject {
 
  private:
   void ReadAttributes();
+  // Reads a plain XML item in one pass; false (cursor unmoved) leaves it to
+  // the token loop.
+  bool FastXMLItem();
   void ReadRawBody();
   void MetaCheck();
   // Puts `text` under the running tokenizer, cursor at its start.
@@ -82,6 +86,7 @@ class THtmlParser : public TObject {
   uint32_t FNarrowCodePage = 0;
   THtmlNode* FParseRoot = nullptr;
   int32_t FRepeats = 0;  // times the current item came round again
+  std::array<UnicodeString, 48> FBlankRuns;  // by length, for the XML shortcut
   static constexpr int32_t MaxRepeats = 4096;
 
  public:
@@ -101,6 +106,9 @@ class THtmlParser : public TObject {
   std::unique_ptr<THtObjectDictionary> AttrList;
   std::unique_ptr<THtObjectList> IncorrectStack;  // not owning
   bool IgnoreMetaEncoding = false;
+  // Case-sensitive XML reads plain items without the token loop; false
+  // reads every item token by token. Both give the same items.
+  bool FastXML = true;
 };
 
 // Maps a lower-case tag to the node class that represents it.

@@ -113,6 +113,7 @@ class THTMLTokenizer : public TObject {
   THtObjectDictionary* FTagList = nullptr;
 
  private:
+  friend class THtmlParser;  // its XML shortcut reads items over the cursor
   int32_t Offset() const noexcept;
   // Text from `start` (at or before the cursor) up to "<" or the end, with
   // references decoded.

@@ -79,9 +79,8 @@ class THtXMLNode : public THtNode {
   static THtXMLNode* FromXML(const UnicodeString& xml) { return new THtXMLNode(xml); }
   static THtXMLNode* FromJSON(const UnicodeString& json) { return new THtXMLNode(json, int32_t(0)); }
 
-  // Nodes of exactly this class come from a per-thread pool of fixed-size
-  // blocks: a large document makes and frees millions of them. Freed blocks
-  // are kept for reuse (a thread that ends hands its blocks to the others).
+  // Nodes come from the per-thread small-object pools (small_pool.h): a
+  // large document makes and frees millions of them.
   static void* operator new(size_t size);
   static void operator delete(void* p, size_t size) noexcept;
 
