@@ -70,10 +70,16 @@ void THtmlParser::vLower(UnicodeString& s) const {
   if (!FCaseSensitive) FoldAscii(s);
 }
 
-THtAttributes* THtmlParser::ExtractAttributes() noexcept {
+THtAttributes* THtmlParser::ExtractAttributes() {
   if (!Attributes || Attributes->Count == 0) return nullptr;
-  THtAttributes* a = Attributes;
-  Attributes = nullptr;
+  // The node gets a table of exactly its size; the parser keeps its own,
+  // grown once, for the next tag.
+  auto* a = new THtAttributes(Attributes->CaseSensitive);
+  const int32_t n = Attributes->Count;
+  a->List.reserve(size_t(n));
+  for (int32_t i = 0; i < n; ++i) a->List.push_back(std::move(Attributes->List[size_t(i)]));
+  a->Count = n;
+  Attributes->Clear();
   return a;
 }
 

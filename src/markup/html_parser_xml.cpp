@@ -8,6 +8,8 @@
 // attribute, a stray quote, a "<" inside a tag, input that ends inside a
 // tag) puts the cursor back where the item began and leaves the item to the
 // token loop, which also raises the errors.
+#include <cstring>
+
 #include "norvane/foundation/ht_string_dictionary.h"
 #include "norvane/markup/ht_attributes.h"
 #include "norvane/markup/html_parser.h"
@@ -40,13 +42,21 @@ inline const char16_t* IdentEnd(const char16_t* q, const char16_t* pend) noexcep
 inline bool StartsIdent(char16_t c) noexcept { return c >= 256 || HtmlCharClass[1][c] <= 1; }
 
 // The shared string for a name in `dict`; names of `limit` units or more are
-// left out of the table, as the token loop does.
-UnicodeString InternName(THtObjectDictionary& dict, const char16_t* start, int32_t length, int32_t limit) {
+// left out of the table, as the token loop does. A small cache in front of
+// the table answers the names that repeat without hashing them.
+UnicodeString InternName(THtObjectDictionary& dict, THtmlParser::TNameCache& cache, const char16_t* start,
+                         int32_t length, int32_t limit) {
+  UnicodeString& cached =
+      cache[(uint32_t(length) * 31u + uint32_t(start[0]) * 7u + uint32_t(start[length - 1])) % cache.size()];
+  if (cached.Length() == length && std::memcmp(cached.Data(), start, size_t(length) * 2) == 0) return cached;
   const int32_t hash = dict.HashFunc()(start, length);
   const int32_t slot = dict.FindHashed(hash, start, length);
-  if (slot >= 0) return static_cast<THtStringRec*>(dict.Table().ValueAt(slot))->Value;
+  if (slot >= 0) return cached = static_cast<THtStringRec*>(dict.Table().ValueAt(slot))->Value;
   UnicodeString name(start, length);
-  if (length < limit) dict.AddHashed(hash, name, new THtStringRec(name));
+  if (length < limit) {
+    dict.AddHashed(hash, name, new THtStringRec(name));
+    cached = name;
+  }
   return name;
 }
 
@@ -127,7 +137,7 @@ bool THtmlParser::FastXMLItem() {
     const char16_t* e = IdentEnd(q + 1, pend);
     const char16_t* r = SkipTagBlanks(e, pend);
     if (r >= pend || *r != u'>') return giveUp();
-    Tag = InternName(*TagList, q, int32_t(e - q), 64);
+    Tag = InternName(*TagList, FTagCache, q, int32_t(e - q), 64);
     TagType = htIdent;
     IsCloseTag = true;
     sp.p = r + 1;
@@ -139,13 +149,16 @@ bool THtmlParser::FastXMLItem() {
   const bool opens = (n >= u'A' && n <= u'Z') || (n >= u'a' && n <= u'z') || n == u'-' || n == u'.' || n == u':' ||
                      n == u'_';
   if (!opens) return giveUp();
-  sp.p = begin + 1;
+  // The name reads as the tokenizer reads tag names: everything from "A" up,
+  // name units, and a "/" that doesn't close the tag.
+  const char16_t* q = begin + 2;
+  while (q < pend && (*q >= u'A' || HtmlCharClass[1][*q] == 1 || (*q == u'/' && (q + 1 >= pend || q[1] != u'>'))))
+    ++q;
+  Tag = InternName(*TagList, FTagCache, begin + 1, int32_t(q - begin - 1), 0x7FFFFFFF);
+  tk.FTagName = Tag;
   tk.FInTag = true;
-  tk.ReadTag();
-  Tag = tk.Token.Name;
   TagType = htIdent;
 
-  const char16_t* q = sp.p;
   for (;;) {
     q = SkipTagBlanks(q, pend);
     if (q >= pend) return giveUp();
@@ -169,7 +182,7 @@ bool THtmlParser::FastXMLItem() {
     sp.p = r;
     tk.ReadString();
     if (sp.p >= pend) return giveUp();  // the tag doesn't end
-    FAttrname = InternName(*AttrList, q, int32_t(nameEnd - q), 16);
+    FAttrname = InternName(*AttrList, FAttrCache, q, int32_t(nameEnd - q), 16);
     if (!Attributes) Attributes = new THtAttributes(FCaseSensitive);
     int32_t index;
     if (!Attributes->Find(FAttrname, index)) Attributes->Add(FAttrname, tk.Token.Name);

@@ -67,7 +67,7 @@ class THtAttributes : public TObject {
   bool CaseSensitive = false;
   int32_t Count = 0;
   // Entries 0..Count-1 are in use and sorted; the array may be longer.
-  std::vector<THtAttribute> List;
+  std::vector<THtAttribute, TSmallPoolAllocator<THtAttribute>> List;
 
  private:
   UnicodeString FoldName(const UnicodeString& name) const;

@@ -61,7 +61,7 @@ class THtmlParser : public TObject {
   THtmlNode* ParseRoot() const noexcept { return FParseRoot; }
   void SetParseRoot(THtmlNode* node) noexcept { FParseRoot = node; }
   // Takes the attribute table of the current item (nil when there is none).
-  THtAttributes* ExtractAttributes() noexcept;
+  THtAttributes* ExtractAttributes();
 
  private:
   void ReadAttributes();
@@ -87,6 +87,12 @@ class THtmlParser : public TObject {
   THtmlNode* FParseRoot = nullptr;
   int32_t FRepeats = 0;  // times the current item came round again
   std::array<UnicodeString, 48> FBlankRuns;  // by length, for the XML shortcut
+
+ public:
+  using TNameCache = std::array<UnicodeString, 128>;
+
+ private:
+  TNameCache FTagCache, FAttrCache;  // names met lately, for the XML shortcut
   static constexpr int32_t MaxRepeats = 4096;
 
  public:

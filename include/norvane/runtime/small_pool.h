@@ -39,4 +39,23 @@ void* SmallPoolResize(void* p, size_t oldSize, size_t newSize) noexcept;
   }                                                                                            \
   static void operator delete(void* p, size_t size) noexcept { ::norvane::SmallPoolGive(p, size); }
 
+// A standard allocator over the pools, for the small arrays of containers.
+template <class T>
+struct TSmallPoolAllocator {
+  using value_type = T;
+  TSmallPoolAllocator() noexcept = default;
+  template <class U>
+  TSmallPoolAllocator(const TSmallPoolAllocator<U>&) noexcept {}  // NOLINT: rebinding converts
+  T* allocate(size_t n) {
+    if (n > size_t(-1) / sizeof(T)) throw std::bad_alloc();
+    if (void* p = SmallPoolTake(n * sizeof(T))) return static_cast<T*>(p);
+    throw std::bad_alloc();
+  }
+  void deallocate(T* p, size_t n) noexcept { SmallPoolGive(p, n * sizeof(T)); }
+  template <class U>
+  bool operator==(const TSmallPoolAllocator<U>&) const noexcept {
+    return true;
+  }
+};
+
 }  // namespace norvane
