@@ -26,24 +26,25 @@ constexpr size_t kStep = 16;
 constexpr size_t kClasses = 16;  // up to 256 bytes
 constexpr size_t kLargest = kStep * kClasses;
 constexpr size_t kSlabBytes = 64 * 1024;
-// A thread keeps at most this many free blocks of a class before it hands
-// half of them to the shared list.
-constexpr uint32_t kKeep = 8192;
+// Free blocks travel in batches: a thread's free list of a class that
+// reaches kBatch blocks becomes a batch, kept by the thread up to kKept
+// batches and handed to the shared lists beyond. Each move is O(1), so
+// no chain is ever walked.
+constexpr uint32_t kBatch = 2048;
+constexpr uint32_t kKept = 4;
 
+// A free block; the head block of a batch links to the next batch.
 struct TBlock {
   TBlock* Next;
+  TBlock* NextBatch;
 };
-
-struct TChain {
-  TBlock* Head = nullptr;
-  uint32_t Count = 0;
-};
+static_assert(sizeof(TBlock) <= kStep);
 
 inline size_t ClassOf(size_t size) noexcept { return (size - 1) / kStep; }
 
 struct TShared {
   std::mutex Lock;
-  std::array<TChain, kClasses> Chains{};  // whole chains, joined head to tail
+  std::array<TBlock*, kClasses> Batches{};
 };
 
 TShared& Shared() {
@@ -51,60 +52,93 @@ TShared& Shared() {
   return *shared;
 }
 
+void PushShared(size_t c, TBlock* batch) noexcept {
+  TShared& shared = Shared();
+  std::lock_guard<std::mutex> guard(shared.Lock);
+  batch->NextBatch = shared.Batches[c];
+  shared.Batches[c] = batch;
+}
+
+TBlock* PopShared(size_t c) noexcept {
+  TShared& shared = Shared();
+  std::lock_guard<std::mutex> guard(shared.Lock);
+  TBlock* batch = shared.Batches[c];
+  if (batch) shared.Batches[c] = batch->NextBatch;
+  return batch;
+}
+
 struct TThreadPool {
-  std::array<TBlock*, kClasses> Free{};
-  std::array<uint32_t, kClasses> Count{};
+  struct TClass {
+    TBlock* Free = nullptr;     // blocks to take, one by one
+    uint32_t Count = 0;         // blocks in Free
+    TBlock* Batches = nullptr;  // whole batches kept back
+    uint32_t Kept = 0;
+  };
+  std::array<TClass, kClasses> Classes{};
 
   ~TThreadPool() {
-    for (size_t c = 0; c < kClasses; ++c) Hand(c, Count[c]);
-  }
-
-  // Moves the first `n` free blocks of class `c` to the shared list.
-  void Hand(size_t c, uint32_t n) noexcept {
-    if (n == 0 || !Free[c]) return;
-    TBlock* head = Free[c];
-    TBlock* tail = head;
-    uint32_t moved = 1;
-    for (; moved < n && tail->Next; ++moved) tail = tail->Next;
-    Free[c] = tail->Next;
-    Count[c] -= moved;
-    TShared& shared = Shared();
-    std::lock_guard<std::mutex> guard(shared.Lock);
-    TChain& chain = shared.Chains[c];
-    tail->Next = chain.Head;
-    chain.Head = head;
-    chain.Count += moved;
-  }
-
-  // Takes up to half a thread's quota from the shared list, or carves a
-  // new slab; false when memory is out.
-  bool Refill(size_t c) noexcept {
-    {
-      TShared& shared = Shared();
-      std::lock_guard<std::mutex> guard(shared.Lock);
-      TChain& chain = shared.Chains[c];
-      if (chain.Head) {
-        TBlock* tail = chain.Head;
-        uint32_t taken = 1;
-        for (; taken < kKeep / 2 && tail->Next; ++taken) tail = tail->Next;
-        Free[c] = chain.Head;
-        chain.Head = tail->Next;
-        chain.Count -= taken;
-        tail->Next = nullptr;
-        Count[c] = taken;
-        return true;
+    for (size_t c = 0; c < kClasses; ++c) {
+      TClass& k = Classes[c];
+      while (TBlock* batch = k.Batches) {
+        k.Batches = batch->NextBatch;
+        PushShared(c, batch);
       }
+      if (k.Free) PushShared(c, k.Free);
+      k = TClass{};  // blocks given back later by this thread's exit code stay out
+    }
+  }
+
+  void Give(size_t c, TBlock* b) noexcept {
+    TClass& k = Classes[c];
+    b->Next = k.Free;
+    k.Free = b;
+    if (++k.Count < kBatch) return;
+    if (k.Kept < kKept) {
+      b->NextBatch = k.Batches;
+      k.Batches = b;
+      ++k.Kept;
+    } else {
+      PushShared(c, b);
+    }
+    k.Free = nullptr;
+    k.Count = 0;
+  }
+
+  // Fills an empty free list: a kept batch, a shared one, or a new slab.
+  bool Refill(size_t c) noexcept {
+    TClass& k = Classes[c];
+    if (TBlock* batch = k.Batches) {
+      k.Batches = batch->NextBatch;
+      --k.Kept;
+      k.Free = batch;
+      k.Count = kBatch;
+      return true;
+    }
+    if (TBlock* batch = PopShared(c)) {
+      k.Free = batch;
+      k.Count = kBatch;  // an upper bound: a thread's last list may be shorter
+      return true;
     }
     const size_t size = (c + 1) * kStep;
     auto* slab = static_cast<char*>(std::malloc(kSlabBytes));
     if (!slab) return false;
-    for (size_t i = kSlabBytes / size; i-- > 0;) {
+    const uint32_t n = uint32_t(kSlabBytes / size);
+    for (uint32_t i = n; i-- > 0;) {
       auto* b = reinterpret_cast<TBlock*>(slab + i * size);
-      b->Next = Free[c];
-      Free[c] = b;
-      ++Count[c];
+      b->Next = k.Free;
+      k.Free = b;
     }
+    k.Count = n;
     return true;
+  }
+
+  void* Take(size_t c) noexcept {
+    TClass& k = Classes[c];
+    if (!k.Free && !Refill(c)) return nullptr;
+    TBlock* b = k.Free;
+    k.Free = b->Next;
+    if (k.Count) --k.Count;
+    return b;
   }
 };
 
@@ -114,13 +148,7 @@ thread_local TThreadPool tPool;
 
 void* SmallPoolTake(size_t size) noexcept {
   if (!kPooled || size == 0 || size > kLargest) return std::malloc(size ? size : 1);
-  const size_t c = ClassOf(size);
-  TThreadPool& pool = tPool;
-  if (!pool.Free[c] && !pool.Refill(c)) return nullptr;
-  TBlock* b = pool.Free[c];
-  pool.Free[c] = b->Next;
-  --pool.Count[c];
-  return b;
+  return tPool.Take(ClassOf(size));
 }
 
 void SmallPoolGive(void* p, size_t size) noexcept {
@@ -129,12 +157,7 @@ void SmallPoolGive(void* p, size_t size) noexcept {
     std::free(p);
     return;
   }
-  const size_t c = ClassOf(size);
-  auto* b = static_cast<TBlock*>(p);
-  TThreadPool& pool = tPool;
-  b->Next = pool.Free[c];
-  pool.Free[c] = b;
-  if (++pool.Count[c] > kKeep) pool.Hand(c, kKeep / 2);
+  tPool.Give(ClassOf(size), static_cast<TBlock*>(p));
 }
 
 void* SmallPoolResize(void* p, size_t oldSize, size_t newSize) noexcept {
