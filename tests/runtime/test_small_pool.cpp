@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <set>
@@ -45,6 +46,55 @@ TEST(SmallPool, BlocksKeepTheirBytes) {
   for (int i = 0; i < 64; ++i) again.insert(SmallPoolTake(48));
   EXPECT_EQ(again.size(), 64u);
   for (void* p : again) SmallPoolGive(p, 48);
+}
+
+// Random takes, gives and resizes against a model: no two held blocks
+// overlap (each keeps the pattern written into it), across enough blocks
+// that free lists turn into batches and back.
+TEST(SmallPool, RandomUseAgainstAModel) {
+  struct THeld {
+    uint8_t* P;
+    size_t Size;
+    uint8_t Mark;
+  };
+  std::vector<THeld> held;
+  uint32_t seed = 12345;
+  const auto next = [&] { return seed = seed * 1103515245u + 12345u, seed >> 8; };
+  const auto fill = [](THeld& h) { std::memset(h.P, h.Mark, h.Size); };
+  const auto check = [](const THeld& h) {
+    for (size_t i = 0; i < h.Size; ++i)
+      if (h.P[i] != h.Mark) return false;
+    return true;
+  };
+  for (int step = 0; step < 200000; ++step) {
+    const uint32_t op = next() % 8;
+    if (op < 4 || held.empty()) {
+      THeld h{nullptr, 1 + next() % 300, uint8_t(next())};
+      h.P = static_cast<uint8_t*>(SmallPoolTake(h.Size));
+      ASSERT_NE(h.P, nullptr);
+      fill(h);
+      held.push_back(h);
+    } else if (op < 7) {
+      const size_t i = next() % held.size();
+      ASSERT_TRUE(check(held[i])) << step;
+      SmallPoolGive(held[i].P, held[i].Size);
+      held[i] = held.back();
+      held.pop_back();
+    } else {
+      THeld& h = held[next() % held.size()];
+      ASSERT_TRUE(check(h)) << step;
+      const size_t to = 1 + next() % 300;
+      h.P = static_cast<uint8_t*>(SmallPoolResize(h.P, h.Size, to));
+      ASSERT_NE(h.P, nullptr);
+      for (size_t k = 0; k < std::min(h.Size, to); ++k) ASSERT_EQ(h.P[k], h.Mark) << step;
+      h.Size = to;
+      fill(h);
+    }
+  }
+  for (const THeld& h : held) {
+    EXPECT_TRUE(check(h));
+    SmallPoolGive(h.P, h.Size);
+  }
 }
 
 // One thread makes strings and another frees them, in rounds, so blocks
