@@ -88,16 +88,16 @@ Variant::Variant(const char* utf8) : vt_(varUString) {
 }
 Variant::Variant(char c) : vt_(varUString) { new (&u_.s) UnicodeString(char16_t(uint8_t(c))); }
 
-Variant::Variant(const Variant& o) noexcept : vt_(o.vt_) {
+void Variant::CopyOwned(const Variant& o) noexcept {
   if (vt_ == varUString) {
     new (&u_.s) UnicodeString(o.u_.s);
   } else {
     u_.i64 = o.u_.i64;
-    if (vt_ & varArray) u_.arr->AddRef();
+    u_.arr->AddRef();
   }
 }
 
-Variant& Variant::operator=(const Variant& o) noexcept {
+Variant& Variant::AssignOwned(const Variant& o) noexcept {
   if (this == &o) return *this;
   if (vt_ == varUString && o.vt_ == varUString) {
     u_.s = o.u_.s;
@@ -118,11 +118,11 @@ Variant& Variant::operator=(Variant&& o) noexcept {
   return *this;
 }
 
-void Variant::Clear() noexcept {
-  if (vt_ == varUString) u_.s.~UnicodeString();
-  else if (vt_ & varArray) u_.arr->Release();
-  vt_ = varEmpty;
-  u_.i64 = 0;
+void Variant::ReleaseOwned() noexcept {
+  if (vt_ == varUString)
+    u_.s.~UnicodeString();
+  else
+    u_.arr->Release();
 }
 
 Variant Variant::FromCurrency(double value) {

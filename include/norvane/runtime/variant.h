@@ -105,11 +105,27 @@ class Variant {
   template <class T>
   Variant(T*) = delete;
 
-  Variant(const Variant& o) noexcept;
+  // Copies, moves and clears of plain values (numbers, booleans, dates,
+  // objects) are inline: the script engine does them for every operand.
+  Variant(const Variant& o) noexcept : vt_(o.vt_) {
+    if (Owns(vt_))
+      CopyOwned(o);
+    else
+      u_.i64 = o.u_.i64;
+  }
   Variant(Variant&& o) noexcept : vt_(o.vt_) { MoveFrom(o); }
-  Variant& operator=(const Variant& o) noexcept;
+  Variant& operator=(const Variant& o) noexcept {
+    if (!Owns(vt_) && !Owns(o.vt_)) {
+      vt_ = o.vt_;
+      u_.i64 = o.u_.i64;
+      return *this;
+    }
+    return AssignOwned(o);
+  }
   Variant& operator=(Variant&& o) noexcept;
-  ~Variant() { Clear(); }
+  ~Variant() {
+    if (Owns(vt_)) ReleaseOwned();
+  }
 
   static Variant Null() noexcept {
     Variant v;
@@ -147,7 +163,11 @@ class Variant {
   }
 
   TVarType VarType() const noexcept { return vt_; }
-  void Clear() noexcept;
+  void Clear() noexcept {
+    if (Owns(vt_)) ReleaseOwned();
+    vt_ = varEmpty;
+    u_.i64 = 0;
+  }
 
   // --- Typed reads (the runtime's conversion rules) -------------------------
   int32_t AsInteger() const;
@@ -195,6 +215,12 @@ class Variant {
   VarArrayData* ArrayData() const;     // checks the tag
   VarArrayData* UniqueArray();         // copy-on-write
 
+  // Strings and arrays hold a reference; every other payload is plain bits.
+  static constexpr bool Owns(TVarType vt) noexcept { return vt == varUString || (vt & varArray) != 0; }
+  void CopyOwned(const Variant& o) noexcept;
+  Variant& AssignOwned(const Variant& o) noexcept;
+  void ReleaseOwned() noexcept;
+
   TVarType vt_;
   union Payload {
     int64_t i64;
@@ -210,7 +236,7 @@ class Variant {
   } u_;
 
   void MoveFrom(Variant& o) noexcept {
-    if (vt_ == varUString) {
+    if (vt_ == varUString) [[unlikely]] {
       new (&u_.s) UnicodeString(std::move(o.u_.s));
       o.u_.s.~UnicodeString();
     } else {
