@@ -1,6 +1,7 @@
 // THtXMLNode: creation, XML reading, values and tree operations.
 #include "norvane/markup/xml_node.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
@@ -237,10 +238,22 @@ void THtXMLNode::TakeOver(THtXMLNode* from) {
 }
 
 void THtXMLNode::ReadFromStream(TStream* stream, THtmlEncoding encoding, bool json) {
-  const TBytes bytes = stream ? stream->ReadRemaining() : TBytes();
-  if (bytes.empty()) throw EHtXML(UnicodeString(u"Cannot load empty stream"));
-  const uint8_t* p = bytes.data();
-  size_t n = bytes.size();
+  // A memory stream is read where it lies; any other is read into a copy.
+  TBytes bytes;
+  const uint8_t* p = nullptr;
+  size_t n = 0;
+  auto* memory = stream ? dynamic_cast<TCustomMemoryStream*>(stream) : nullptr;
+  if (memory && memory->Memory()) {
+    const int64_t at = std::clamp<int64_t>(memory->Position(), 0, memory->Size());
+    p = static_cast<const uint8_t*>(memory->Memory()) + at;
+    n = size_t(memory->Size() - at);
+    memory->Seek(0, soEnd);
+  } else if (stream) {
+    bytes = stream->ReadRemaining();
+    p = bytes.data();
+    n = bytes.size();
+  }
+  if (n == 0) throw EHtXML(UnicodeString(u"Cannot load empty stream"));
   const std::string_view narrow(reinterpret_cast<const char*>(p), n);
   UnicodeString text;
   const bool bomUtf8 = n >= 3 && p[0] == 0xEF && p[1] == 0xBB && p[2] == 0xBF;

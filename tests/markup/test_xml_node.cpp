@@ -308,6 +308,14 @@ TEST(XmlNode, StreamsFilesAndEncodings) {
     } catch (const EHtXML& e) {
       EXPECT_STREQ(e.what(), "Cannot load empty stream");
     }
+    // Reading starts at the stream's position and leaves it at the end; a
+    // stream read to its end is empty.
+    const std::string two = "<x/><y>t</y>";
+    TBytesStream s2(TBytes(two.begin(), two.end()));
+    s2.Seek(4, soBeginning);
+    EXPECT_EQ(U8(THtXMLNode(&s2, heDefault).Code()), "<y>t</y>");
+    EXPECT_EQ(s2.Position(), int64_t(two.size()));
+    EXPECT_THROW(THtXMLNode(&s2, heDefault), EHtXML);
   }
   std::filesystem::remove_all(dir);
 }

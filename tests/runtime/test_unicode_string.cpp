@@ -78,6 +78,24 @@ TEST(UnicodeString, Utf8RoundTripsAndRepairs) {
   for (const auto& c : bad) EXPECT_EQ(UnicodeString::FromUtf8(c.utf8).view(), c.units) << c.utf8;
   // A lone surrogate still encodes (3 bytes) rather than being dropped.
   EXPECT_EQ(UnicodeString(u"\xD800").ToUtf8(), "\xED\xA0\x80");
+
+  // ASCII runs are decoded in blocks: every length of run around the block
+  // sizes, followed by a two-byte form, a bad byte or the end, decodes as
+  // the unit-by-unit reading would.
+  for (size_t run = 0; run < 40; ++run)
+    for (const char* tail : {"", "\xC3\xA9", "\xFF", "\xE2\x82"}) {
+      std::string in;
+      std::u16string want;
+      for (size_t i = 0; i < run; ++i) {
+        in += char('a' + i % 26);
+        want += char16_t(u'a' + i % 26);
+      }
+      in += tail;
+      want += tail[0] == '\0' ? u"" : tail[0] == '\xC3' ? u"\u00E9" : u"\uFFFD";
+      in += "xyz";
+      want += u"xyz";
+      EXPECT_EQ(UnicodeString::FromUtf8(in).view(), want) << run << " " << in;
+    }
 }
 
 TEST(UnicodeString, AppendAndSetLength) {
