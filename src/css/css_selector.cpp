@@ -270,7 +270,7 @@ struct TSelectorBuilder {
               else if (T[I].CType == ctFunction || T[I].CType == ctIdent)
                 AddArgName(argText, T[I].Name.view());
               else if (T[I].CType == ctHash)
-                argText += u"#" + std::u16string(T[I].Name.view());
+                argText.append(u"#").append(T[I].Name.view());
               else if (T[I].CType != ctComment)
                 argText += T[I].Name.view();
             }

@@ -229,9 +229,8 @@ void TFastChain<Unit>::DeleteUnitsFromEnd(int32_t n) {
     FLast->Len -= n;
     return;
   }
-  std::basic_string<Unit> w = Whole();
-  w.resize(w.size() > size_t(n) ? w.size() - size_t(n) : 0);
-  SetWhole(w);
+  const std::basic_string<Unit> w = Whole();
+  SetWhole(std::basic_string_view<Unit>(w).substr(0, w.size() > size_t(n) ? w.size() - size_t(n) : 0));
 }
 
 template <class Unit>
