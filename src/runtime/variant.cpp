@@ -110,14 +110,6 @@ Variant& Variant::AssignOwned(const Variant& o) noexcept {
   return *this;
 }
 
-Variant& Variant::operator=(Variant&& o) noexcept {
-  if (this == &o) return *this;
-  Clear();
-  vt_ = o.vt_;
-  MoveFrom(o);
-  return *this;
-}
-
 void Variant::ReleaseOwned() noexcept {
   if (vt_ == varUString)
     u_.s.~UnicodeString();

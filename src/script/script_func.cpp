@@ -228,7 +228,11 @@ void TScriptFunc::CallLocalFunc(TExVariable* const* AParams, int32_t StackTop, i
         local->FValue = LocalZero(local->fDataType);
     }
 
-    if (auto* seq = dynamic_cast<TScriptStatementSequence*>(fBody)) {
+    if (fSeqOf != fBody) {
+      fSeq = dynamic_cast<TScriptStatementSequence*>(fBody);
+      fSeqOf = fBody;
+    }
+    if (TScriptStatementSequence* seq = fSeq) {
       for (TScriptStatement* s : seq->List)
         if (s->Run() != erNormal || p->FHalt) break;
     } else if (fBody) {

@@ -730,6 +730,7 @@ TScriptFunc* THtScriptParser::ProcessFuncDeclaration(bool AddToList, bool IsAnon
   delete f->fBody;
   auto* body = new TScriptStatementSequence(this, nullptr);
   f->fBody = body;
+  f->fSeqOf = nullptr;  // the old body's address may come back
   {
     TRestore<TScriptFunc*> keep(LocalFunc, f);
     if (!tk->Empty) body->Parse();

@@ -122,7 +122,13 @@ class Variant {
     }
     return AssignOwned(o);
   }
-  Variant& operator=(Variant&& o) noexcept;
+  Variant& operator=(Variant&& o) noexcept {
+    if (this == &o) return *this;
+    if (Owns(vt_)) ReleaseOwned();
+    vt_ = o.vt_;
+    MoveFrom(o);
+    return *this;
+  }
   ~Variant() {
     if (Owns(vt_)) ReleaseOwned();
   }

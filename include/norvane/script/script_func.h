@@ -61,6 +61,7 @@ class THtScriptUnit;
 class TScriptClass;
 class TScriptExpression;
 class TScriptStatement;
+class TScriptStatementSequence;
 class TExVariable;
 class TExVariables;
 class TScriptFunc;
@@ -140,6 +141,10 @@ class TScriptFunc : public TObject {
   UnicodeString FOriginalName;   // as declared
   UnicodeString DllName;
   TScriptStatement* fBody = nullptr;
+  // fBody seen as a statement sequence (nil when it is another statement),
+  // worked out once for the body it was taken from.
+  const TScriptStatement* fSeqOf = nullptr;
+  TScriptStatementSequence* fSeq = nullptr;
   int32_t RecursionDepth = 0;
   TCallPascalFunc PascalCaller = nullptr;
   TExVariables* LocalVars = nullptr;
