@@ -2,12 +2,14 @@
 // UTF-8 text and as raw UTF-16 units, and checks what consumers rely on: the
 // cursor stays inside the text, each token moves it forward, positions are
 // ordered, an interned name is the one the list holds, and the only errors
-// are EHtJSONParserException and EConvertError.
+// are EHtJSONParserException and EConvertError. The tree, which reads
+// tokens its own way, must end as a walk over the ordinary tokens does.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
+#include "../tests/markup/json_walk.h"
 #include "norvane/foundation/ht_string_dictionary.h"
 #include "norvane/markup/json_tokenizer.h"
 
@@ -61,17 +63,24 @@ void Pairs(const UnicodeString& text) {
   Check(t.Parser()->p <= t.Parser()->pend);
 }
 
+void TreeAsWalk(const UnicodeString& text) {
+  const std::string tree = testcheck::TreeOutcome(text);
+  if (tree != testcheck::kTooDeep) Check(tree == testcheck::WalkOutcome(text));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const UnicodeString utf8 = UnicodeString::FromUtf8(std::string_view(reinterpret_cast<const char*>(data), size));
   Tokens(utf8);
   Pairs(utf8);
+  TreeAsWalk(utf8);
   if (size >= 2) {
     UnicodeString raw = UnicodeString::Alloc(int32_t(size / 2));
     std::memcpy(raw.MutableData(), data, (size / 2) * 2);
     Tokens(raw);
     Pairs(raw);
+    TreeAsWalk(raw);
   }
   return 0;
 }

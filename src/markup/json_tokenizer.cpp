@@ -1,6 +1,8 @@
 #include "norvane/markup/json_tokenizer.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 #include "norvane/foundation/ht_string_dictionary.h"
 #include "norvane/runtime/sysutils.h"
@@ -48,6 +50,28 @@ constexpr std::array<bool, 256> BuildIdentUnits() {
 constexpr std::array<bool, 256> kIdentUnits = BuildIdentUnits();
 
 inline bool IsIdentUnit(char16_t c) noexcept { return c >= 256 || kIdentUnits[c]; }
+
+inline bool IsBlank(char16_t c) noexcept { return c == u' ' || c == u'\n' || c == u'\r' || c == u'\t'; }
+
+[[noreturn]] void RaiseIncorrectNumber() { throw EConvertError(UnicodeString(u"Incorrect number")); }
+
+constexpr int kNameCacheBits = 9;
+constexpr size_t kNameCacheSize = size_t(1) << kNameCacheBits;
+
+// Scans look at four units at once, as the lanes of a 64-bit word.
+constexpr uint64_t kLaneOnes = 0x0001000100010001ull;
+constexpr uint64_t kLaneHighs = 0x8000800080008000ull;
+constexpr uint64_t kFourBlanks = 0x0020002000200020ull;
+
+inline uint64_t LoadFour(const char16_t* p) noexcept {
+  uint64_t w;
+  std::memcpy(&w, p, sizeof w);
+  return w;
+}
+
+// True when some lane is below n (n at most 0x8000); exact as a whole.
+inline bool AnyLaneBelow(uint64_t w, uint64_t n) noexcept { return ((w - kLaneOnes * n) & ~w & kLaneHighs) != 0; }
+inline bool AnyLaneZero(uint64_t w) noexcept { return AnyLaneBelow(w, 1); }
 
 inline int HexDigit(char16_t c) noexcept {
   if (c >= u'0' && c <= u'9') return c - u'0';
@@ -138,6 +162,13 @@ bool THtJSONTokenizer::NextToken() {
 }
 
 bool THtJSONTokenizer::NextNSToken() {
+  if (FTextOnly) return NextTextToken();
+  // Blanks between tokens are passed without a token of their own; blanks
+  // that run to the end still make the trailing jtSpace that NextToken gives.
+  TStringParser& sp = *FParser;
+  const char16_t* p = sp.p;
+  while (p < sp.pend && IsBlank(*p)) ++p;
+  if (p < sp.pend) sp.p = p;
   while (NextToken())
     if (Token.CType != jtSpace) return true;
   return false;
@@ -150,8 +181,58 @@ void THtJSONTokenizer::NextRequiredToken() {
 void THtJSONTokenizer::Next2(THtJSONTokenType type) {
   TStringParser& sp = *FParser;
   Token.CType = type;
-  Token.Name = PunctuationText(sp.GetCurrent());
+  if (!FTextOnly) Token.Name = PunctuationText(sp.GetCurrent());
   sp.Next();
+}
+
+void THtJSONTokenizer::SetTextOnly(bool on) noexcept {
+  if (FTextOnly == on) return;
+  FTextOnly = on;
+  // Back to full tokens: the builder leaves off at a closing bracket, which
+  // gets its text and place as NextToken would have given them.
+  if (!on && Token.CType >= jtComma && Token.CType <= jtColon && FParser->p > FParser->Start()) {
+    Token.Name = PunctuationText(FParser->p[-1]);
+    Token.EndPos = Offset();
+    Token.StartPos = Token.EndPos - 1;
+  }
+}
+
+bool THtJSONTokenizer::NextTextToken() {
+  TStringParser& sp = *FParser;
+  const char16_t* const blanks = sp.p;
+  const char16_t* p = blanks;
+  // Indentation: a line end, then a long run of spaces.
+  for (;;) {
+    while (sp.pend - p >= 4 && LoadFour(p) == kFourBlanks) p += 4;
+    if (p >= sp.pend || !IsBlank(*p)) break;
+    ++p;
+  }
+  sp.p = p;
+  if (p >= sp.pend) {
+    // As NextNSToken: blanks that end the input are the last token.
+    if (p != blanks)
+      Token.CType = jtSpace;
+    else
+      Eof = true;
+    return false;
+  }
+  const char16_t c = *p;
+  switch (c < 256 ? JsonCharClass[c] : 0) {
+    case 1: ReadIdent(); break;
+    case 2: ReadString(); break;
+    case 5: Token.CType = jtComma, sp.p = p + 1; break;
+    case 6: Token.CType = jtObjectStart, sp.p = p + 1; break;
+    case 7: Token.CType = jtObjectEnd, sp.p = p + 1; break;
+    case 8: Token.CType = jtArrayStart, sp.p = p + 1; break;
+    case 9: Token.CType = jtArrayEnd, sp.p = p + 1; break;
+    case 10: Token.CType = jtColon, sp.p = p + 1; break;
+    case 12: ScanNumber(); break;
+    default:
+      ReadIdent();
+      Token.CType = jtUnknown;
+      break;
+  }
+  return true;
 }
 
 void THtJSONTokenizer::ReadSpace() {
@@ -175,7 +256,51 @@ void THtJSONTokenizer::ReadNumber() {
   Token.CType = isInt ? jtInt : jtFloat;
   Token.IntValue = i;
   Token.FloatValue = f;
-  Token.Name = UnicodeString(start, int32_t(sp.p - start));
+  FText = std::u16string_view(start, size_t(sp.p - start));
+  FWord = nullptr;
+  Token.Name = UnicodeString(FText);
+}
+
+// The number syntax of the strict cursor (TStringParser::ReadIntOrFloat),
+// checked without building the value: the same texts pass, the same raise,
+// and the cursor stops where that reader stops. An integer too large for
+// 64 bits stays jtInt here, which the tree, keeping only text, can't tell.
+void THtJSONTokenizer::ScanNumber() {
+  TStringParser& sp = *FParser;
+  const char16_t* const end = sp.pend;
+  const char16_t* p = sp.p;
+  const auto digit = [end](const char16_t* q) { return q < end && char16_t(*q - u'0') < 10; };
+  const auto fail = [&sp](const char16_t* q) {
+    sp.p = q;
+    RaiseIncorrectNumber();
+  };
+  const char16_t* const start = p;
+  if (*p == u'-') ++p;
+  if (!digit(p) || (*p == u'0' && digit(p + 1))) fail(p);
+  while (digit(p)) ++p;
+  bool isFloat = false;
+  // "1..5" is a range: the number ends before the first ".".
+  if (p < end && *p == u'.' && !(p + 1 < end && p[1] == u'.')) {
+    ++p;
+    if (!digit(p)) fail(p);
+    isFloat = true;
+    while (digit(p)) ++p;
+  }
+  if (p + 1 < end && (*p == u'e' || *p == u'E') && (p[1] == u'+' || p[1] == u'-' || char16_t(p[1] - u'0') < 10)) {
+    ++p;
+    isFloat = true;
+    bool negativeExp = false;
+    if (*p == u'-' || *p == u'+') negativeExp = *p++ == u'-';
+    if (!digit(p)) fail(p);
+    int32_t e = 0;
+    for (; digit(p); ++p)
+      if (e < 100000) e = e * 10 + (*p - u'0');
+    if (!negativeExp && e >= 300) fail(p);
+  }
+  sp.p = p;
+  Token.CType = isFloat ? jtFloat : jtInt;
+  FText = std::u16string_view(start, size_t(p - start));
+  FWord = nullptr;
 }
 
 void THtJSONTokenizer::ReadIdent() {
@@ -184,13 +309,10 @@ void THtJSONTokenizer::ReadIdent() {
   const char16_t* q = start + 1;  // the first unit is taken as it is
   while (q < sp.pend && IsIdentUnit(*q)) ++q;
   sp.p = q;
-  if (const UnicodeString* word = KeywordText(start, q - start)) {
-    Token.Name = *word;
-    Token.CType = jtValue;
-  } else {
-    Token.Name = UnicodeString(start, int32_t(q - start));
-    Token.CType = jtIdent;
-  }
+  FText = std::u16string_view(start, size_t(q - start));
+  FWord = KeywordText(start, q - start);
+  Token.CType = FWord ? jtValue : jtIdent;
+  if (!FTextOnly) Token.Name = TakeText();
 }
 
 void THtJSONTokenizer::ReadString() {
@@ -199,7 +321,13 @@ void THtJSONTokenizer::ReadString() {
   const char16_t* p = sp.p + 1;
   const char16_t* segment = p;
   bool buffered = false;
+  const uint64_t quotes = kLaneOnes * quote, backslashes = kLaneOnes * u'\\';
   for (;;) {
+    while (sp.pend - p >= 4) {
+      const uint64_t w = LoadFour(p);
+      if (AnyLaneBelow(w, 0x20) || AnyLaneZero(w ^ quotes) || AnyLaneZero(w ^ backslashes)) break;
+      p += 4;
+    }
     while (p < sp.pend && *p >= 0x20 && *p != quote && *p != u'\\') ++p;
     if (p >= sp.pend) {
       sp.p = p;
@@ -227,12 +355,14 @@ void THtJSONTokenizer::ReadString() {
   }
   if (buffered) {
     FBuf.append(segment, p);
-    Token.Name = UnicodeString(std::u16string_view(FBuf));
+    FText = FBuf;
   } else {
-    Token.Name = UnicodeString(segment, int32_t(p - segment));
+    FText = std::u16string_view(segment, size_t(p - segment));
   }
+  FWord = nullptr;
   sp.p = p + 1;
   Token.CType = jtString;
+  if (!FTextOnly) Token.Name = UnicodeString(FText);
 }
 
 void THtJSONTokenizer::RaiseEscape() const {
@@ -292,8 +422,43 @@ void THtJSONTokenizer::ReadComment() {
 
 // --- THtJSONParser -------------------------------------------------------------------
 
-THtJSONParser::THtJSONParser(const UnicodeString& text) : FNames(std::make_unique<THtStringList>(256)) {
+THtJSONParser::THtJSONParser(const UnicodeString& text)
+    : FNames(std::make_unique<THtStringList>(256)), FNameCache(new UnicodeString[kNameCacheSize]) {
   if (!text.IsEmpty()) Tokenizer = std::make_unique<THtJSONTokenizer>(text);
+}
+
+void THtJSONParser::InternName(std::u16string_view text) {
+  const size_t n = text.size();
+  if (n == 0) {
+    Name.Clear();
+    return;
+  }
+  // Documents repeat a handful of names: most lookups end here, in one of
+  // two slots chosen by the length and a few units, the last used first.
+  const uint32_t key = (uint32_t(n) << 16) ^ (text[0] * 0x9E37u) ^ (text[n > 1] * 0x27D5u) ^ (text[n / 2] * 0xC2B3u) ^
+                       (text[n - 1] * 0x85EBu);
+  UnicodeString* const pair = &FNameCache[((key * 0x9E3779B1u) >> (32 - kNameCacheBits)) & ~1u];
+  if (pair[0].view() == text) {
+    Name = pair[0];
+    return;
+  }
+  if (pair[1].view() == text) {
+    std::swap(pair[0], pair[1]);
+    Name = pair[0];
+    return;
+  }
+  const int32_t length = int32_t(n);
+  const int32_t hash = FNames->HashFunc()(text.data(), length);
+  const int32_t found = FNames->FindHashed(hash, text.data(), length);
+  if (found >= 0) {
+    Name = static_cast<THtNameObjectPair*>(FNames->Table().ValueAt(found))->Name;
+  } else {
+    auto entry = std::make_unique<THtNameObjectPair>(UnicodeString(text), nullptr, false);
+    FNames->AddHashed(hash, entry->Name, entry.get());
+    Name = entry.release()->Name;
+  }
+  pair[1] = std::move(pair[0]);
+  pair[0] = Name;
 }
 
 THtJSONParser::~THtJSONParser() = default;
@@ -304,20 +469,7 @@ THtJSONTokenType THtJSONParser::NextNameValue() {
   if (t.Token.CType != jtIdent && t.Token.CType != jtString)
     throw EHtJSONParserException(UnicodeString(u"Name expected"));
 
-  const UnicodeString& text = t.Token.Name;
-  if (text.IsEmpty()) {
-    Name.Clear();
-  } else {
-    const int32_t hash = FNames->Hash(text);
-    const int32_t slot = FNames->FindHashed(hash, text);
-    if (slot >= 0) {
-      Name = static_cast<THtNameObjectPair*>(FNames->Table().ValueAt(slot))->Name;
-    } else {
-      auto pair = std::make_unique<THtNameObjectPair>(text, nullptr, false);
-      FNames->AddHashed(hash, text, pair.get());
-      Name = pair.release()->Name;
-    }
-  }
+  InternName(t.FTextOnly ? t.FText : t.Token.Name.view());
 
   if (!t.NextNSToken() || t.Token.CType != jtColon) throw EHtJSONParserException(UnicodeString(u"Name expected"));
   if (!t.NextNSToken()) throw EHtJSONParserException(UnicodeString(u"Value expected"));

@@ -1,5 +1,9 @@
 // THtXMLNode: JSON text to tree and tree to JSON.
+#include <algorithm>
+#include <array>
+#include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "norvane/foundation/fast_string.h"
@@ -43,116 +47,223 @@ inline bool IsScalar(THtJSONTokenType t) noexcept {
 }  // namespace
 
 // The builder works on the fields directly: a JSON document of a million
-// values makes a million nodes, and each saved call shows.
+// values makes a million nodes, and each saved call shows. It reads the
+// tokenizer in its text-only way, taking a string only for what the tree
+// keeps.
 struct TXmlJsonBuilder {
-  static THtXMLNode* Child(THtXMLNode* parent, const UnicodeString& tag) {
+  explicit TXmlJsonBuilder(THtJSONParser& parser)
+      : P(parser), T(*parser.Tokenizer), FWasTextOnly(T.FTextOnly) {
+    T.SetTextOnly(true);
+  }
+  ~TXmlJsonBuilder() { T.SetTextOnly(FWasTextOnly); }
+  TXmlJsonBuilder(const TXmlJsonBuilder&) = delete;
+  TXmlJsonBuilder& operator=(const TXmlJsonBuilder&) = delete;
+
+  THtJSONParser& P;
+  THtJSONTokenizer& T;
+  bool FWasTextOnly;
+  // Scalar members of the objects being read, innermost object last. An
+  // object's members go into its sorted table in one step when it closes,
+  // instead of one sorted insertion each.
+  std::vector<THtAttribute> FMembers;
+  std::vector<uint32_t> FOrder;  // the order of a large object
+  // The sorted order of recent object shapes (up to kShapeMax names).
+  static constexpr uint32_t kShapeMax = 64;
+  static constexpr size_t kShapes = 16;
+  struct TShape {
+    uint32_t Count = 0;
+    const char16_t* Names[kShapeMax];
+    uint32_t Order[kShapeMax];
+  };
+  std::unique_ptr<TShape[]> FShapes{new TShape[kShapes]};
+
+  static int32_t HashOf(const UnicodeString& tag) { return THtNode::TagHashOf(tag); }
+
+  // The tag hash of an interned member name, kept by the name's block: the
+  // same names tag object and array members again and again.
+  struct TTagHash {
+    const char16_t* Name = nullptr;
+    int32_t Hash = 0;
+  };
+  std::array<TTagHash, 64> FTagHashes{};
+
+  int32_t MemberTagHash(const UnicodeString& name) {
+    TTagHash& slot = FTagHashes[(reinterpret_cast<uintptr_t>(name.Data()) / 16) % FTagHashes.size()];
+    if (slot.Name != name.Data()) slot = {name.Data(), HashOf(name)};
+    return slot.Hash;
+  }
+
+  static THtXMLNode* Child(THtXMLNode* parent, const UnicodeString& tag, int32_t hash) {
     THtXMLNode* c = parent->NewChild();
-    c->SetTag(tag);
+    c->SetTag(tag, hash);
     return c;
   }
 
-  static void SetMember(THtXMLNode* n, const UnicodeString& name, const UnicodeString& value) {
-    // Empty strings are kept too: nothing of the document is dropped.
-    if (!n->FAttributes) {
-      n->FAttributes = new THtAttributes(true);
-      n->FAttributes->List.reserve(4);
-    }
-    THtAttributes& a = *n->FAttributes;
-    // Members mostly come in a new order each time but repeat their names:
-    // appending to the end is the common case for sorted input.
-    if (a.Count > 0) {
-      const UnicodeString& lastName = a.List[size_t(a.Count - 1)].Name;
-      if (!lastName.SameBlock(name) && CompareStr(lastName.view(), name.view()) < 0) {
-        if (size_t(a.Count) == a.List.size()) a.List.emplace_back();
-        a.List[size_t(a.Count)].Name = name;
-        a.List[size_t(a.Count)].Value = value;
-        ++a.Count;
-        return;
-      }
-    }
-    a.SetAttributeEx(name, value);
-  }
-
-  static void Value(THtXMLNode* n, THtJSONParser* parser) {
-    THtJSONTokenizer& t = *parser->Tokenizer;
-    const THtJSONTokenType first = t.Token.CType;
+  void Value(THtXMLNode* n) {
+    const THtJSONTokenType first = T.Token.CType;
     n->IsArray = first == jtArrayStart;
     if (IsScalar(first)) {
-      n->SetValue(t.Token.Name);
+      n->SetValue(T.TakeText());
       n->FJSONScalar = true;
       return;
     }
     if (first != jtObjectStart && first != jtArrayStart) RaiseTokenExpected();
-    if (!t.NextNSToken()) RaiseTokenExpected();
+    if (!T.NextTextToken()) RaiseTokenExpected();
     // At most 1024 levels: the 1025th raises.
-    if (parser->Level >= kMaxJsonLevel)
-      throw EHtJSONParserException(UnicodeString(u"JSON contains too many nested nodes"));
-    ++parser->Level;
+    if (P.Level >= kMaxJsonLevel) throw EHtJSONParserException(UnicodeString(u"JSON contains too many nested nodes"));
+    ++P.Level;
     if (n->IsArray)
-      Array(n, parser);
+      Array(n);
     else
-      Object(n, parser);
-    --parser->Level;
+      Object(n);
+    --P.Level;
   }
 
-  static void Array(THtXMLNode* n, THtJSONParser* parser) {
-    THtJSONTokenizer& t = *parser->Tokenizer;
-    if (n->FTag.IsEmpty()) n->SetTag(NameArray());
-    if (t.Token.CType == jtArrayEnd) return;
+  void Array(THtXMLNode* n) {
+    static const int32_t valueHash = HashOf(NameValue()), objectHash = HashOf(NameObject()),
+                         arrayHash = HashOf(NameArray());
+    if (n->FTag.IsEmpty()) n->SetTag(NameArray(), arrayHash);
+    if (T.Token.CType == jtArrayEnd) return;
     for (;;) {
-      const THtJSONTokenType ct = t.Token.CType;
+      const THtJSONTokenType ct = T.Token.CType;
       if (IsScalar(ct)) {
-        THtXMLNode* c = Child(n, NameValue());
-        c->FContent = t.Token.Name;
+        THtXMLNode* c = Child(n, NameValue(), valueHash);
+        c->FContent = T.TakeText();
         c->FJSONScalar = true;
       } else if (ct == jtObjectStart) {
-        Value(Child(n, NameObject()), parser);
+        Value(Child(n, NameObject(), objectHash));
       } else if (ct == jtArrayStart) {
-        Value(Child(n, NameArray()), parser);
+        Value(Child(n, NameArray(), arrayHash));
       } else {
         RaiseTokenExpected();
       }
-      if (!t.NextNSToken()) RaiseTokenExpected();
-      if (t.Token.CType == jtArrayEnd) return;
-      if (t.Token.CType != jtComma) RaiseTokenExpected();
-      if (!t.NextNSToken() || t.Token.CType == jtArrayEnd) RaiseTokenExpected();
+      if (!T.NextTextToken()) RaiseTokenExpected();
+      if (T.Token.CType == jtArrayEnd) return;
+      if (T.Token.CType != jtComma) RaiseTokenExpected();
+      if (!T.NextTextToken() || T.Token.CType == jtArrayEnd) RaiseTokenExpected();
     }
   }
 
-  static void Object(THtXMLNode* n, THtJSONParser* parser) {
-    THtJSONTokenizer& t = *parser->Tokenizer;
-    if (n->FTag.IsEmpty()) n->SetTag(NameObject());
-    if (t.Token.CType == jtObjectEnd) return;
-    for (;;) {
-      const THtJSONTokenType ct = t.Token.CType;
-      if (ct != jtIdent && ct != jtString) RaiseTokenExpected();
-      const THtJSONTokenType vt = parser->NextNameValue();
-      if (parser->Name.IsEmpty()) RaiseTokenExpected();
-      if (vt == jtObjectStart || vt == jtArrayStart)
-        Value(Child(n, parser->Name), parser);
-      else
-        SetMember(n, parser->Name, t.Token.Name);
-      if (!t.NextNSToken()) RaiseTokenExpected();
-      if (t.Token.CType == jtObjectEnd) return;
-      if (t.Token.CType != jtComma) RaiseTokenExpected();
-      if (!t.NextNSToken() || t.Token.CType == jtObjectEnd)
-        throw EHtJSONParserException(UnicodeString(u"Name/Value expected after comma"));
+  void Object(THtXMLNode* n) {
+    static const int32_t objectHash = HashOf(NameObject());
+    if (n->FTag.IsEmpty()) n->SetTag(NameObject(), objectHash);
+    if (T.Token.CType == jtObjectEnd) return;
+    const size_t base = FMembers.size();
+    try {
+      for (;;) {
+        const THtJSONTokenType ct = T.Token.CType;
+        if (ct != jtIdent && ct != jtString) RaiseTokenExpected();
+        const THtJSONTokenType vt = P.NextNameValue();
+        if (P.Name.IsEmpty()) RaiseTokenExpected();
+        if (vt == jtObjectStart || vt == jtArrayStart)
+          Value(Child(n, P.Name, MemberTagHash(P.Name)));
+        else
+          FMembers.push_back({P.Name, T.TakeText()});  // empty strings too: nothing is dropped
+        if (!T.NextTextToken()) RaiseTokenExpected();
+        if (T.Token.CType == jtObjectEnd) break;
+        if (T.Token.CType != jtComma) RaiseTokenExpected();
+        if (!T.NextTextToken() || T.Token.CType == jtObjectEnd)
+          throw EHtJSONParserException(UnicodeString(u"Name/Value expected after comma"));
+      }
+    } catch (...) {
+      // What was read stays with the tree, as it would have been set.
+      SetMembers(n, base);
+      throw;
+    }
+    SetMembers(n, base);
+  }
+
+  static bool NameLess(const THtAttribute& a, const THtAttribute& b) noexcept {
+    if (a.Name.SameBlock(b.Name)) return false;
+    const char16_t x = a.Name.c_str()[0], y = b.Name.c_str()[0];
+    return x != y ? x < y : CompareStr(a.Name.view(), b.Name.view()) < 0;
+  }
+
+  // The members' indices in name order. Stable, so that of equal names the
+  // last read comes last.
+  const uint32_t* SortedOrder(const THtAttribute* m, uint32_t count) {
+    const auto less = [m](uint32_t x, uint32_t y) { return NameLess(m[x], m[y]); };
+    if (count > kShapeMax) {
+      FOrder.resize(count);
+      for (uint32_t i = 0; i < count; ++i) FOrder[i] = i;
+      std::stable_sort(FOrder.begin(), FOrder.end(), less);
+      return FOrder.data();
+    }
+    // Objects mostly repeat a few shapes, the same names in the same order.
+    // Names are interned, so a shape is known by the names' blocks, and its
+    // order is reused without comparing any text.
+    size_t key = count;
+    for (uint32_t i = 0; i < count; ++i) key = key * 31 + reinterpret_cast<uintptr_t>(m[i].Name.Data()) / 16;
+    TShape& shape = FShapes[(key ^ (key >> 17)) % kShapes];
+    if (shape.Count == count) {
+      uint32_t i = 0;
+      while (i < count && shape.Names[i] == m[i].Name.Data()) ++i;
+      if (i == count) return shape.Order;
+    }
+    // Binary insertion: a few dozen members at most, as a rule.
+    uint32_t* const order = shape.Order;
+    order[0] = 0;
+    for (uint32_t i = 1; i < count; ++i) {
+      uint32_t* at = order + i;
+      if (less(i, order[i - 1])) {
+        at = std::upper_bound(order, order + i, i, less);
+        std::memmove(at + 1, at, size_t(order + i - at) * sizeof *order);
+      }
+      *at = i;
+    }
+    shape.Count = count;
+    for (uint32_t i = 0; i < count; ++i) shape.Names[i] = m[i].Name.Data();
+    return order;
+  }
+
+  // Moves the members from `base` on into the node's table: sorted by name
+  // as the table keeps them, a repeated name with its last value, as if each
+  // had been set in document order.
+  void SetMembers(THtXMLNode* n, size_t base) {
+    THtAttribute* const m = FMembers.data() + base;
+    const uint32_t count = uint32_t(FMembers.size() - base);
+    if (count == 0) return;
+    // The range is dropped however this ends, so that an enclosing object
+    // never takes these members for its own.
+    struct TDrop {
+      std::vector<THtAttribute>& Members;
+      size_t Base;
+      ~TDrop() { Members.resize(Base); }
+    } drop{FMembers, base};
+    const uint32_t* const order = SortedOrder(m, count);
+    if (!n->FAttributes) n->FAttributes = new THtAttributes(true);
+    THtAttributes& a = *n->FAttributes;
+    if (a.Count > 0) {
+      // A node that had attributes before (ParseJSON into a used node).
+      for (uint32_t i = 0; i < count; ++i) a.SetAttributeEx(m[order[i]].Name, m[order[i]].Value);
+    } else {
+      if (a.List.size() < count) a.List.resize(count);
+      int32_t unique = 0;
+      for (uint32_t i = 0; i < count; ++i) {
+        THtAttribute& from = m[order[i]];
+        if (unique > 0 && a.List[size_t(unique - 1)].Name == from.Name)
+          a.List[size_t(unique - 1)].Value = std::move(from.Value);
+        else
+          a.List[size_t(unique++)] = std::move(from);
+      }
+      a.Count = unique;
     }
   }
 };
 
 void THtXMLNode::ParseJSON(THtJSONParser* parser) {
   if (!parser || !parser->Tokenizer) throw EHtJSONParserException(UnicodeString(u"JSON is empty"));
-  TXmlJsonBuilder::Value(this, parser);
+  TXmlJsonBuilder(*parser).Value(this);
 }
 
 void THtXMLNode::SetJSON(const UnicodeString& text) {
   Reset();
   THtJSONParser parser(text);
-  if (!parser.Tokenizer || !parser.Tokenizer->NextNSToken())
-    throw EHtJSONParserException(UnicodeString(u"JSON is empty"));
+  if (!parser.Tokenizer) throw EHtJSONParserException(UnicodeString(u"JSON is empty"));
+  TXmlJsonBuilder builder(parser);
   THtJSONTokenizer& t = *parser.Tokenizer;
-  ParseJSON(&parser);
+  if (!t.NextNSToken()) throw EHtJSONParserException(UnicodeString(u"JSON is empty"));
+  builder.Value(this);
   // Values after the first, separated by commas, make the document an array
   // of them; only objects may follow.
   bool wrapped = false;
@@ -169,7 +280,7 @@ void THtXMLNode::SetJSON(const UnicodeString& text) {
       wrapped = true;
     }
     if (!t.NextNSToken() || t.Token.CType != jtObjectStart) RaiseNotTerminated();
-    TXmlJsonBuilder::Value(TXmlJsonBuilder::Child(this, NameObject()), &parser);
+    builder.Value(TXmlJsonBuilder::Child(this, NameObject(), TXmlJsonBuilder::HashOf(NameObject())));
   }
 }
 

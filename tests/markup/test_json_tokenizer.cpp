@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "json_walk.h"
 #include "norvane/foundation/ht_string_dictionary.h"
 
 using namespace norvane;
@@ -151,6 +152,19 @@ TEST(JsonTokenizer, PositionsAndEnd) {
   const std::vector<std::pair<int, int>> expected{{2, 3}, {3, 6}, {6, 7}, {7, 8}, {8, 11}, {11, 13}, {13, 14}};
   EXPECT_EQ(spans, expected);
 
+  // NextNSToken passes blanks without a token, with the same places; blanks
+  // that end the input are still the last token, with their text.
+  THtJSONTokenizer ns{UnicodeString(u"  {\"a\" :\r\n 12}\t ")};
+  spans.clear();
+  while (ns.NextNSToken()) spans.emplace_back(ns.Token.StartPos, ns.Token.EndPos);
+  const std::vector<std::pair<int, int>> nonBlank{{2, 3}, {3, 6}, {7, 8}, {11, 13}, {13, 14}};
+  EXPECT_EQ(spans, nonBlank);
+  EXPECT_EQ(ns.Token.CType, jtSpace);
+  EXPECT_EQ(ns.Token.Name, u"\t ");
+  EXPECT_FALSE(ns.Eof);
+  EXPECT_FALSE(ns.NextNSToken());
+  EXPECT_TRUE(ns.Eof);
+
   THtJSONTokenizer c{UnicodeString(u"// note\r\nx")};
   c.Parser()->Next();
   c.ReadComment();
@@ -202,86 +216,11 @@ TEST(JsonParser, InternsNames) {
   EXPECT_EQ(p.Names().Count(), 2);
 }
 
-// Walks a document the way the tree builder reads it, without a tree: every
-// pair and item down every level, with an explicit stack. Raises what the
-// builder would; otherwise returns normally.
-const char16_t* const kTokenExpected = u"Incorrect JSON, token expected.";
-const char16_t* const kAfterComma = u"Name/Value expected after comma";
-
-[[noreturn]] void Fail(const char16_t* message) { throw EHtJSONParserException(UnicodeString(message)); }
-
-// From the current token to the end of the value it starts.
-void WalkValue(THtJSONParser& parser) {
-  THtJSONTokenizer& t = *parser.Tokenizer;
-  THtJSONTokenType v = t.Token.CType;
-  if (v == jtString || v == jtValue || v == jtInt || v == jtFloat) return;
-  std::vector<bool> stack;  // true: an array
-  const auto end = [&] { return stack.back() ? jtArrayEnd : jtObjectEnd; };
-  // One item at the current token; true when it opens a level.
-  const auto item = [&] {
-    const THtJSONTokenType ct = t.Token.CType;
-    if (stack.back()) {
-      if (ct != jtString && ct != jtValue && ct != jtInt && ct != jtFloat && ct != jtObjectStart &&
-          ct != jtArrayStart)
-        Fail(kTokenExpected);
-      v = ct;
-    } else {
-      if (ct != jtIdent && ct != jtString) Fail(kTokenExpected);
-      v = parser.NextNameValue();
-      if (parser.Name.IsEmpty()) Fail(kTokenExpected);  // the builder has no tag for it
-    }
-    return v == jtObjectStart || v == jtArrayStart;
-  };
-  // True when the last level closed.
-  const auto close = [&] {
-    stack.pop_back();
-    --parser.Level;
-    return stack.empty();
-  };
-  for (bool open = true;;) {
-    if (open) {  // at "{" or "[" (any other token at the top reads as an object)
-      if (!t.NextNSToken()) Fail(kTokenExpected);
-      ++parser.Level;
-      stack.push_back(v == jtArrayStart);
-      if (t.Token.CType == end()) {
-        if (close()) return;
-        open = false;
-      } else {
-        open = item();
-      }
-      if (open) continue;
-    }
-    // Behind an item or a closed level: the end of this level, or a comma
-    // and another item.
-    if (!t.NextNSToken()) Fail(kTokenExpected);
-    if (t.Token.CType == end()) {
-      if (close()) return;
-      continue;
-    }
-    if (t.Token.CType != jtComma) Fail(kTokenExpected);
-    if (!t.NextNSToken() || t.Token.CType == end()) Fail(stack.back() ? kTokenExpected : kAfterComma);
-    open = item();
-  }
-}
-
-void Walk(const UnicodeString& text) {
-  THtJSONParser parser(text);
-  if (!parser.Tokenizer || !parser.Tokenizer->NextNSToken()) Fail(u"JSON is empty");
-  THtJSONTokenizer& t = *parser.Tokenizer;
-  WalkValue(parser);
-  // Behind the document: nothing, or more objects after commas.
-  while (t.NextNSToken()) {
-    if (t.Token.CType != jtComma || !t.NextNSToken() || t.Token.CType != jtObjectStart)
-      Fail(u"JSON is not terminated properly");
-    WalkValue(parser);
-  }
-}
-
 TEST(JsonParser, DeepNestingWalksWithoutRecursion) {
   const UnicodeString deep = UnicodeString(100000, u'[') + UnicodeString(100000, u']');
-  EXPECT_NO_THROW(Walk(deep));
-  EXPECT_THROW(Walk(UnicodeString(100000, u'[')), EHtJSONParserException);
-  EXPECT_NO_THROW(Walk(UnicodeString(u"{a:[1,{b:'c'}],'d':{}} , {}")));
+  EXPECT_NO_THROW(testcheck::Walk(deep));
+  EXPECT_THROW(testcheck::Walk(UnicodeString(100000, u'[')), EHtJSONParserException);
+  EXPECT_NO_THROW(testcheck::Walk(UnicodeString(u"{a:[1,{b:'c'}],'d':{}} , {}")));
 }
 
 TEST(JsonParser, JSONTestSuite) {
@@ -302,7 +241,7 @@ TEST(JsonParser, JSONTestSuite) {
     const std::string name = entry.path().filename().string();
     bool ok = true;
     try {
-      Walk(UnicodeString::FromUtf8(bytes.str()));
+      testcheck::Walk(UnicodeString::FromUtf8(bytes.str()));
     } catch (const EHtJSONParserException&) {
       ok = false;
     } catch (const EConvertError&) {  // a bad number; anything else fails the test
@@ -320,6 +259,34 @@ TEST(JsonParser, JSONTestSuite) {
   EXPECT_EQ(counts['n'], std::make_pair(int(acceptedOnPurpose.size()), 188));
   EXPECT_EQ(counts['i'], std::make_pair(26, 35));
   EXPECT_EQ(acceptedN, acceptedOnPurpose);
+}
+
+// The tree builder reads tokens its own way (text only, numbers checked
+// without conversion, blanks skipped in place): it must accept and refuse
+// what the walker over ordinary tokens does, with the same message, for
+// every document of the suite and every cut of the smaller ones.
+TEST(JsonParser, TreeReadsAsTheTokensSay) {
+  const std::filesystem::path dir = std::filesystem::path(NORVANE_SHARED_DATA) / "json/JSONTestSuite/test_parsing";
+  if (!std::filesystem::exists(dir)) GTEST_SKIP() << "no JSONTestSuite in " << dir;
+  std::vector<std::string> texts{"{a:[1,{b:'c'}],'d':{}} , {}", "[1e5,-0.5E-3,1..5]", "{\"x\":\"\\u00e9\\n\"}"};
+  for (const auto& entry : std::filesystem::directory_iterator(dir)) {
+    std::ifstream in(entry.path(), std::ios::binary);
+    std::stringstream bytes;
+    bytes << in.rdbuf();
+    texts.push_back(bytes.str());
+  }
+  int compared = 0;
+  for (const std::string& text : texts) {
+    const size_t cuts = text.size() <= 1024 ? text.size() : 0;
+    for (size_t n = text.size() - cuts; n <= text.size(); ++n) {
+      const UnicodeString cut = UnicodeString::FromUtf8(std::string_view(text).substr(0, n));
+      const std::string tree = testcheck::TreeOutcome(cut);
+      if (tree == testcheck::kTooDeep) continue;  // the walker has no depth limit
+      EXPECT_EQ(tree, testcheck::WalkOutcome(cut)) << text.substr(0, n);
+      ++compared;
+    }
+  }
+  EXPECT_GT(compared, 3000);
 }
 
 }  // namespace

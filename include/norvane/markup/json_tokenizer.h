@@ -79,13 +79,29 @@ class THtJSONTokenizer : public TObject {
   bool Eof = false;
 
  private:
+  friend class THtJSONParser;
+  friend struct TXmlJsonBuilder;
+
   int32_t Offset() const noexcept;
   void ReadNumber();
+  void ScanNumber();
   void ReadSpace();
   [[noreturn]] void RaiseEscape() const;
 
-  std::u16string FBuf;       // decoded string text, reused between tokens
-  UnicodeString FLastSpace;  // indentation repeats: reuse its string
+  // The tree builder's reading: it needs the text of strings, names and
+  // scalars and nothing else, so with FTextOnly set the tokenizer gives
+  // every token its type and the errors as usual, but fills no Name and no
+  // positions, converts no number, and leaves the text in FText (or FWord
+  // for true, false and null) until TakeText asks for a string.
+  void SetTextOnly(bool on) noexcept;
+  bool NextTextToken();
+  UnicodeString TakeText() const { return FWord ? *FWord : UnicodeString(FText); }
+
+  bool FTextOnly = false;
+  std::u16string_view FText;             // the source text or FBuf
+  const UnicodeString* FWord = nullptr;  // the shared text of a keyword
+  std::u16string FBuf;                   // decoded string text, reused between tokens
+  UnicodeString FLastSpace;              // indentation repeats: reuse its string
 };
 
 class THtJSONParser : public TObject {
@@ -109,6 +125,14 @@ class THtJSONParser : public TObject {
 
  protected:
   std::unique_ptr<THtStringList> FNames;
+
+ private:
+  friend struct TXmlJsonBuilder;
+  // Interns the name in `text`: a small cache keyed by the length and a
+  // few units answers the usual repeat without hashing the whole name.
+  void InternName(std::u16string_view text);
+
+  std::unique_ptr<UnicodeString[]> FNameCache;
 
  public:
   UnicodeString Name;  // the interned name of the pair just read
