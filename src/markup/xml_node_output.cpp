@@ -16,6 +16,40 @@ namespace {
 
 const char16_t kCrLf[] = u"\r\n";
 
+// CDATA text as sections the reader reads back to the same text. The reader
+// pairs the brackets of a run from its start and ends a section at a pair
+// followed by ">": so a run of even length followed by ">" inside the text
+// would end it early (the section is closed behind the run and the ">" opens
+// the next), and a text ending in an odd run can't end a section at all (its
+// last bracket goes out as text).
+void WriteCData(TFastString* out, std::u16string_view v) {
+  const size_t n = v.size();
+  size_t from = 0;
+  const auto section = [&](size_t to) {
+    out->Add(u"<![CDATA[", 9);
+    out->Add(v.data() + from, int32_t(to - from));
+    out->Add(u"]]>", 3);
+    from = to;
+  };
+  for (size_t i = 0; i < n;) {
+    if (v[i] != u']') {
+      ++i;
+      continue;
+    }
+    size_t j = i;
+    while (j < n && v[j] == u']') ++j;
+    const size_t run = j - i;
+    if (j < n && v[j] == u'>' && run % 2 == 0) section(j);
+    if (j == n && run % 2 == 1) {
+      if (j - 1 > from) section(j - 1);
+      out->AddChar(u']');
+      return;
+    }
+    i = j;
+  }
+  section(n);
+}
+
 // A tagless node: comment, processing instruction, CDATA, declaration or text.
 void WriteTextLike(TFastString* out, const THtNode* n) {
   const UnicodeString& c = n->Content();
@@ -30,19 +64,9 @@ void WriteTextLike(TFastString* out, const THtNode* n) {
       out->Add(c);
       out->Add2Char(u'?', u'>');
       break;
-    case htCData: {
-      // "]]>" inside the text splits the section in two.
-      out->Add(u"<![CDATA[", 9);
-      const std::u16string_view v = c.view();
-      size_t from = 0;
-      for (size_t at; (at = v.find(u"]]>", from)) != std::u16string_view::npos; from = at + 2) {
-        out->Add(v.data() + from, int32_t(at + 2 - from));
-        out->Add(u"]]><![CDATA[", 12);
-      }
-      out->Add(v.data() + from, int32_t(v.size() - from));
-      out->Add(u"]]>", 3);
+    case htCData:
+      WriteCData(out, c.view());
       break;
-    }
     case htCustom:
       out->Add2Char(u'<', u'!');
       out->Add(c);
