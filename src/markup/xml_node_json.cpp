@@ -28,15 +28,15 @@ constexpr int32_t kMaxJsonLevel = 1024;
 }
 
 const UnicodeString& NameValue() {
-  static const UnicodeString s(u"value");
+  static const UnicodeString s = UnicodeString::Immortal(u"value");
   return s;
 }
 const UnicodeString& NameObject() {
-  static const UnicodeString s(u"object");
+  static const UnicodeString s = UnicodeString::Immortal(u"object");
   return s;
 }
 const UnicodeString& NameArray() {
-  static const UnicodeString s(u"array");
+  static const UnicodeString s = UnicodeString::Immortal(u"array");
   return s;
 }
 

@@ -1,6 +1,7 @@
 #include "norvane/runtime/unicode_string.h"
 
 #include <algorithm>
+#include <climits>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -34,6 +35,12 @@ char16_t* UnicodeString::Allocate(int32_t length) {
 void UnicodeString::Free(char16_t* d) noexcept {
   Header* h = reinterpret_cast<Header*>(d) - 1;
   SmallPoolGive(h, BlockBytes(h->length));
+}
+
+UnicodeString UnicodeString::Immortal(std::u16string_view s) {
+  UnicodeString r(s);
+  if (r.d_) r.Head()->refs.store(INT32_MIN / 2, std::memory_order_relaxed);
+  return r;
 }
 
 UnicodeString UnicodeString::Alloc(int32_t length) {

@@ -55,6 +55,10 @@ class UnicodeString {
   // negative or absurd length.
   static UnicodeString Alloc(int32_t length);
   static UnicodeString FromUtf8(std::string_view utf8);
+  // A string that is never freed and whose copies cost no reference count:
+  // for the fixed names that millions of nodes share. Each call makes a new
+  // block, so call it once per name (a function-local static).
+  static UnicodeString Immortal(std::u16string_view s);
   // Widens each byte to one unit (Latin-1).
   static UnicodeString FromLatin1(std::string_view bytes);
   // ASCII-only convenience for literals in C++ code.
@@ -91,6 +95,7 @@ class UnicodeString {
   UnicodeString& operator+=(char16_t c) { return *this += std::u16string_view(&c, 1); }
 
   bool SameBlock(const UnicodeString& o) const noexcept { return d_ == o.d_; }
+  // The number of owners; negative for an immortal string.
   int32_t RefCount() const noexcept { return d_ ? Head()->refs.load(std::memory_order_relaxed) : 0; }
 
   friend bool operator==(const UnicodeString& a, const UnicodeString& b) noexcept {
@@ -115,11 +120,17 @@ class UnicodeString {
   static_assert(sizeof(Header) == 8);
 
   Header* Head() const noexcept { return reinterpret_cast<Header*>(d_) - 1; }
+  // A block with a negative count is immortal: copies of it cost no
+  // atomic operation. A block with a count of 1 has one owner, who frees it
+  // without one.
   void AddRef() const noexcept {
-    if (d_) Head()->refs.fetch_add(1, std::memory_order_relaxed);
+    if (d_ && Head()->refs.load(std::memory_order_relaxed) >= 0) Head()->refs.fetch_add(1, std::memory_order_relaxed);
   }
   void Release() noexcept {
-    if (d_ && Head()->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) Free(d_);
+    if (!d_) return;
+    std::atomic<int32_t>& refs = Head()->refs;
+    const int32_t n = refs.load(std::memory_order_acquire);
+    if (n == 1 || (n > 1 && refs.fetch_sub(1, std::memory_order_acq_rel) == 1)) Free(d_);
   }
   static char16_t* Allocate(int32_t length);
   static void Free(char16_t* d) noexcept;
