@@ -34,6 +34,26 @@ TEST(UnicodeString, CopiesShareAndMutationUnshares) {
   UnicodeString moved = std::move(b);
   EXPECT_TRUE(b.IsEmpty());  // NOLINT: moved-from is empty by contract
   EXPECT_EQ(moved, u"jello");
+
+  // An immortal string shares its block without counting, and is copied
+  // before any change; its copies outlive the original.
+  UnicodeString copy;
+  {
+    const UnicodeString fixed = UnicodeString::Immortal(u"value");
+    const int32_t count = fixed.RefCount();
+    EXPECT_LT(count, 0);
+    copy = fixed;
+    EXPECT_TRUE(copy.SameBlock(fixed));
+    EXPECT_EQ(fixed.RefCount(), count);
+    UnicodeString changed = fixed;
+    changed.MutableData()[0] = u'V';
+    EXPECT_FALSE(changed.SameBlock(fixed));
+    EXPECT_EQ(changed.RefCount(), 1);
+    UnicodeString longer = fixed;
+    longer.SetLength(7);
+    EXPECT_EQ(fixed, u"value");
+  }
+  EXPECT_EQ(copy, u"value");
 }
 
 TEST(UnicodeString, EqualityAndOrder) {
