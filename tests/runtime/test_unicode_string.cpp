@@ -39,7 +39,7 @@ TEST(UnicodeString, CopiesShareAndMutationUnshares) {
   // before any change; its copies outlive the original.
   UnicodeString copy;
   {
-    const UnicodeString fixed = UnicodeString::Immortal(u"value");
+    static const UnicodeString fixed = UnicodeString::Immortal(u"value");  // never freed: kept reachable
     const int32_t count = fixed.RefCount();
     EXPECT_LT(count, 0);
     copy = fixed;
