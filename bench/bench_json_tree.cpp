@@ -66,12 +66,7 @@ int main(int argc, char** argv) {
 #if !defined(NORVANE_HAVE_RAPIDJSON) && !defined(NORVANE_HAVE_NLOHMANN_JSON)
   std::printf("(RapidJSON and nlohmann::json were not found at build time: our figures only)\n");
 #endif
-  for (const std::string& path : files) {
-    const std::string json = bench::ReadFile(path);
-    if (json.empty()) {
-      std::printf("%s: not found, skipped\n", path.c_str());
-      continue;
-    }
+  bench::ForEachFile(files, [](const std::string& path, const std::string& json) {
     const UnicodeString text = UnicodeString::FromUtf8(json);
     std::vector<bench::Contestant> cs{{"norvane (bytes)", [&] { OursBytes(json); }, true},
                                       {"norvane (UTF-16 text)", [&] { OursText(text); }, true}};
@@ -82,5 +77,5 @@ int main(int argc, char** argv) {
     cs.push_back({"nlohmann::json", [&] { Nlohmann(json); }});
 #endif
     bench::RunTable("JSON tree " + bench::BaseName(path), json.size(), cs);
-  }
+  });
 }

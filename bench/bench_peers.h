@@ -148,4 +148,24 @@ inline std::vector<std::string> Inputs(int argc, char** argv, std::vector<std::s
   return defaults;
 }
 
+// The large real XML documents of the XML benches (from Debian's
+// shared-mime-info and iso-codes), unless the command line names others.
+inline std::vector<std::string> XmlInputs(int argc, char** argv) {
+  return Inputs(argc, argv, {"/usr/share/mime/packages/freedesktop.org.xml", "/usr/share/xml/iso-codes/iso_639-3.xml"});
+}
+
+// Calls run(path, bytes) for each file; a missing or empty one is reported
+// and skipped.
+template <class Run>
+void ForEachFile(const std::vector<std::string>& files, Run run) {
+  for (const std::string& path : files) {
+    const std::string bytes = ReadFile(path);
+    if (bytes.empty()) {
+      std::printf("%s: not found, skipped\n", path.c_str());
+      continue;
+    }
+    run(path, bytes);
+  }
+}
+
 }  // namespace bench

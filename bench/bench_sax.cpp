@@ -93,17 +93,11 @@ void Expat(const std::string& xml) {
 
 int main(int argc, char** argv) {
   bench::TuneAllocator();
-  const auto files = bench::Inputs(
-      argc, argv, {"/usr/share/mime/packages/freedesktop.org.xml", "/usr/share/xml/iso-codes/iso_639-3.xml"});
+  const auto files = bench::XmlInputs(argc, argv);
 #if !defined(NORVANE_HAVE_LIBXML2) && !defined(NORVANE_HAVE_EXPAT)
   std::printf("(libxml2 and expat were not found at build time: our figures only)\n");
 #endif
-  for (const std::string& path : files) {
-    const std::string xml = bench::ReadFile(path);
-    if (xml.empty()) {
-      std::printf("%s: not found, skipped\n", path.c_str());
-      continue;
-    }
+  bench::ForEachFile(files, [](const std::string& path, const std::string& xml) {
     std::vector<bench::Contestant> cs{{"norvane SAX", [&] { Ours(xml); }, true}};
 #if defined(NORVANE_HAVE_LIBXML2)
     cs.push_back({"libxml2 SAX2", [&] { Libxml2(xml); }});
@@ -112,5 +106,5 @@ int main(int argc, char** argv) {
     cs.push_back({"expat", [&] { Expat(xml); }});
 #endif
     bench::RunTable("SAX " + bench::BaseName(path), xml.size(), cs);
-  }
+  });
 }

@@ -51,17 +51,11 @@ void Libxml2(const std::string& xml) {
 
 int main(int argc, char** argv) {
   bench::TuneAllocator();
-  const auto files = bench::Inputs(
-      argc, argv, {"/usr/share/mime/packages/freedesktop.org.xml", "/usr/share/xml/iso-codes/iso_639-3.xml"});
+  const auto files = bench::XmlInputs(argc, argv);
 #if !defined(NORVANE_HAVE_PUGIXML) && !defined(NORVANE_HAVE_LIBXML2)
   std::printf("(pugixml and libxml2 were not found at build time: our figures only)\n");
 #endif
-  for (const std::string& path : files) {
-    const std::string xml = bench::ReadFile(path);
-    if (xml.empty()) {
-      std::printf("%s: not found, skipped\n", path.c_str());
-      continue;
-    }
+  bench::ForEachFile(files, [](const std::string& path, const std::string& xml) {
     std::vector<bench::Contestant> cs{{"norvane THtXMLNode", [&] { Ours(xml); }, true}};
 #if defined(NORVANE_HAVE_PUGIXML)
     cs.push_back({"pugixml", [&] { Pugixml(xml); }});
@@ -70,5 +64,5 @@ int main(int argc, char** argv) {
     cs.push_back({"libxml2 DOM", [&] { Libxml2(xml); }});
 #endif
     bench::RunTable("XML tree " + bench::BaseName(path), xml.size(), cs);
-  }
+  });
 }
